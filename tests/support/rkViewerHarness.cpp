@@ -1,0 +1,108 @@
+#include "rkViewerHarness.h"
+
+#include <osg/Plane>
+
+namespace RkTest {
+
+ViewerHarness::ViewerHarness(const osg::Vec3d& eye)
+    : m_viewer(new osgViewer::Viewer), m_root(new osg::Group)
+{
+    m_window = m_viewer->setUpViewerAsEmbeddedInWindow(0, 0, WIDTH, HEIGHT);
+    m_window->getEventQueue()->windowResize(0, 0, WIDTH, HEIGHT);
+    m_viewer->setSceneData(m_root.get());
+    m_viewer->getCamera()->setProjectionMatrixAsPerspective(
+        30.0, double(WIDTH) / double(HEIGHT), 0.1, 1000.0);
+    m_viewer->getCamera()->setProjectionResizePolicy(osg::Camera::FIXED);
+    lookAt(eye, osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
+    m_viewer->realize();
+    frame();
+}
+
+void ViewerHarness::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center,
+                           const osg::Vec3d& up)
+{
+    m_viewer->getCamera()->setViewMatrixAsLookAt(eye, center, up);
+}
+
+osg::Vec2d ViewerHarness::project(const osg::Vec3d& world) const
+{
+    const osg::Camera* camera = m_viewer->getCamera();
+    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
+                                  camera->getViewport()->computeWindowMatrix();
+    const osg::Vec3d window = world * toWindow;
+    return osg::Vec2d(window.x(), HEIGHT - window.y());
+}
+
+osg::Vec3d ViewerHarness::unproject(const osg::Vec2d& window, const osg::Vec3d& onPlane,
+                                    const osg::Vec3d& normal) const
+{
+    const osg::Camera* camera = m_viewer->getCamera();
+    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
+                                  camera->getViewport()->computeWindowMatrix();
+    const osg::Matrixd fromWindow = osg::Matrixd::inverse(toWindow);
+    const double y = HEIGHT - window.y();
+    const osg::Vec3d nearPoint = osg::Vec3d(window.x(), y, 0.0) * fromWindow;
+    const osg::Vec3d farPoint = osg::Vec3d(window.x(), y, 1.0) * fromWindow;
+    const osg::Vec3d direction = farPoint - nearPoint;
+    const double t = ((onPlane - nearPoint) * normal) / (direction * normal);
+    return nearPoint + direction * t;
+}
+
+bool ViewerHarness::traverse(osgGA::GUIEventAdapter* event)
+{
+    osg::ref_ptr<osgGA::GUIEventAdapter> keep(event);
+    m_viewer->advance();
+    m_viewer->eventTraversal();
+    return event->getHandled();
+}
+
+bool ViewerHarness::press(const osg::Vec2d& at, int button)
+{
+    return traverse(m_window->getEventQueue()->mouseButtonPress(at.x(), at.y(), button));
+}
+
+bool ViewerHarness::drag(const osg::Vec2d& at)
+{
+    return traverse(m_window->getEventQueue()->mouseMotion(at.x(), at.y()));
+}
+
+bool ViewerHarness::release(const osg::Vec2d& at, int button)
+{
+    return traverse(m_window->getEventQueue()->mouseButtonRelease(at.x(), at.y(), button));
+}
+
+bool ViewerHarness::move(const osg::Vec2d& at)
+{
+    return traverse(m_window->getEventQueue()->mouseMotion(at.x(), at.y()));
+}
+
+bool ViewerHarness::keyDown(int key)
+{
+    return traverse(m_window->getEventQueue()->keyPress(key));
+}
+
+bool ViewerHarness::keyUp(int key)
+{
+    return traverse(m_window->getEventQueue()->keyRelease(key));
+}
+
+bool ViewerHarness::scroll(osgGA::GUIEventAdapter::ScrollingMotion motion)
+{
+    return traverse(m_window->getEventQueue()->mouseScroll(motion));
+}
+
+void ViewerHarness::frame()
+{
+    m_viewer->advance();
+    m_viewer->eventTraversal();
+}
+
+void ViewerHarness::dragFromTo(const osg::Vec2d& from, const osg::Vec2d& to, int steps)
+{
+    press(from);
+    for (int i = 1; i <= steps; ++i)
+        drag(from + (to - from) * (double(i) / steps));
+    release(to);
+}
+
+} // namespace RkTest

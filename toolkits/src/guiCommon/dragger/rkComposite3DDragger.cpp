@@ -1,0 +1,300 @@
+#include "rkComposite3DDragger.h"
+
+#include "rkRenderTypes.h"
+
+#include <osg/Camera>
+#include <osgViewer/View>
+
+namespace Rk {
+
+namespace {
+
+const osg::Quat kIdentityRotation(0.0, 0.0, 0.0, 1.0);
+
+// The camera whose matrices map the pointer into the hit's scene: the first
+// absolute (or parentless) camera above the hit, else the view's own.
+osg::Camera* cameraAbove(const osg::NodePath& path, osgViewer::View& view)
+{
+    for (auto node = path.rbegin(); node != path.rend(); ++node) {
+        osg::Camera* camera = (*node)->asCamera();
+        if (camera && (camera->getReferenceFrame() != osg::Transform::RELATIVE_RF ||
+                       camera->getParents().empty()))
+            return camera;
+    }
+    return view.getCamera();
+}
+
+} // namespace
+
+Composite3DDragger::Composite3DDragger(Rk::PluginGUI* gui)
+{
+    initialise(new EEDraggerReceiver(gui));
+}
+
+Composite3DDragger::Composite3DDragger(Rk::DraggerReceiver* receiver)
+{
+    initialise(receiver);
+}
+
+void Composite3DDragger::initialise(Rk::DraggerReceiver* receiver)
+{
+    m_dragMode = 0;
+    m_activeAxis = NO_AXIS;
+    m_commandValue = 0.0;
+    m_valueOnRelease = false;
+    m_dragStartMatrix.makeIdentity();
+    m_scale = DEFAULT_SCALE;
+    m_alignmentRotation = kIdentityRotation;
+    m_draggingEnabled = true;
+    m_alignedWithReferenceFrame = false;
+    m_referenceFrame = kIdentityRotation;
+    m_receiverUpdate = true;
+    m_receiverFollow = true;
+    setNodeMask(0);
+    setReceiver(receiver);
+    setIntersectionMask(DRAGGER_MASK);
+    setHandleEvents(true);
+}
+
+Composite3DDragger::~Composite3DDragger()
+{
+    m_receiver = nullptr;
+    _draggerList.clear();
+    removeChildren(0, getNumChildren());
+}
+
+void Composite3DDragger::setReceiver(Rk::DraggerReceiver* receiver)
+{
+    if (receiver != m_receiver.get())
+        m_receiver = receiver;
+    if (!m_receiver)
+        return;
+    setScale(m_scale);
+    setMatrix(m_receiver->getMatrix());
+}
+
+void Composite3DDragger::setScale(double scale)
+{
+    m_scale = scale;
+    const osg::Matrixd scaleMatrix = osg::Matrixd::scale(scale, scale, scale);
+    for (const osg::ref_ptr<osgManipulator::Dragger>& component : _draggerList)
+        component->setMatrix(scaleMatrix);
+    emit signalScaleChanged();
+}
+
+void Composite3DDragger::showDraggers(bool show)
+{
+    const osg::Node::NodeMask mask = show ? DRAGGER_MASK : 0;
+    setNodeMask(mask);
+    for (const osg::ref_ptr<osgManipulator::Dragger>& component : _draggerList) {
+        if (auto* composite = dynamic_cast<Composite3DDragger*>(component.get()))
+            composite->Composite3DDragger::showDraggers(show);
+        else
+            component->setNodeMask(mask);
+    }
+}
+
+void Composite3DDragger::setPose(const RkCoordinateSystemTransformation& coord)
+{
+    setAlignedMatrix(RkRenderTypes::rk2osg(coord));
+    emit signalPoseChanged();
+}
+
+void Composite3DDragger::syncReceiverToPose(const osg::Matrixd& pose)
+{
+    setReceiverMatrix();
+    setAlignedMatrix(pose);
+    emit signalPoseChanged();
+}
+
+void Composite3DDragger::setAlignedMatrix(const osg::Matrixd& pose)
+{
+    // Single precision on purpose: the host's poses come from float widgets
+    // and scene data, and this keeps the dragger bit-identical to them.
+    const osg::Matrixf product = osg::Matrixf::rotate(m_alignmentRotation) * osg::Matrixf(pose);
+    setMatrix(osg::Matrixd(product));
+}
+
+void Composite3DDragger::setDraggingEnabled(bool enabled)
+{
+    if (enabled == m_draggingEnabled)
+        return;
+    m_draggingEnabled = enabled;
+    emit signalDraggingEnableChanged();
+}
+
+bool Composite3DDragger::draggingEnabled() const
+{
+    return m_draggingEnabled;
+}
+
+void Composite3DDragger::setReferenceFrame(const osg::Quat& frame)
+{
+    m_referenceFrame = frame;
+}
+
+void Composite3DDragger::setIsAlignedWithReferenceFrame(bool aligned)
+{
+    m_alignedWithReferenceFrame = aligned;
+    if (!aligned)
+        m_alignmentRotation = kIdentityRotation;
+    else if (m_receiver)
+        m_alignmentRotation = m_referenceFrame.inverse() * m_receiver->getMatrix().getRotate();
+}
+
+osg::Matrixd Composite3DDragger::receiverPoseOfDragger() const
+{
+    const osg::Matrixd& draggerMatrix = getMatrix();
+    osg::Matrixd pose;
+    pose.makeRotate(draggerMatrix.getRotate() * m_alignmentRotation);
+    pose.setTrans(draggerMatrix.getTrans());
+    return pose;
+}
+
+void Composite3DDragger::setReceiverMatrix()
+{
+    if (!m_receiver || !m_receiverUpdate)
+        return;
+    m_receiver->setMatrix(receiverPoseOfDragger());
+}
+
+void Composite3DDragger::setActiveAxis(AxisEnum axis)
+{
+    m_activeAxis = axis;
+}
+
+void Composite3DDragger::setFromChildDraggerActive() {}
+
+void Composite3DDragger::setValueOnRelease(bool value)
+{
+    m_valueOnRelease = value;
+}
+
+bool Composite3DDragger::handle(const osgManipulator::PointerInfo& pointer,
+                                const osgGA::GUIEventAdapter& event,
+                                osgGA::GUIActionAdapter& action)
+{
+    if (!m_draggingEnabled)
+        return false;
+    return osgManipulator::CompositeDragger::handle(pointer, event, action);
+}
+
+bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
+                                osgGA::GUIActionAdapter& action)
+{
+    if (!m_draggingEnabled || event.getHandled())
+        return false;
+    auto* view = dynamic_cast<osgViewer::View*>(&action);
+    if (!view)
+        return false;
+    if (!activationPermitted(event) && !getDraggerActive())
+        return false;
+
+    bool result = false;
+    switch (event.getEventType()) {
+    case osgGA::GUIEventAdapter::PUSH:
+        result = dragStep(event, action, pick(event, *view, action));
+        break;
+    case osgGA::GUIEventAdapter::DRAG:
+    case osgGA::GUIEventAdapter::RELEASE:
+        result = dragStep(event, action, false);
+        break;
+    case osgGA::GUIEventAdapter::FRAME:
+        followReceiver();
+        break;
+    default:
+        break;
+    }
+
+    if (getDraggerActive() && event.getEventType() == osgGA::GUIEventAdapter::RELEASE) {
+        setDraggerActive(false);
+        _pointer.reset();
+    }
+    return result;
+}
+
+bool Composite3DDragger::activationPermitted(const osgGA::GUIEventAdapter& event)
+{
+    if (_activationModKeyMask == 0 && _activationKeyEvent == 0)
+        return true;
+    _activationPermittedByModKeyMask =
+        _activationModKeyMask != 0 && (event.getModKeyMask() & _activationModKeyMask) != 0;
+    if (_activationKeyEvent != 0 && event.getKey() == _activationKeyEvent) {
+        if (event.getEventType() == osgGA::GUIEventAdapter::KEYDOWN)
+            _activationPermittedByKeyEvent = true;
+        else if (event.getEventType() == osgGA::GUIEventAdapter::KEYUP)
+            _activationPermittedByKeyEvent = false;
+    }
+    return _activationPermittedByModKeyMask || _activationPermittedByKeyEvent;
+}
+
+bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
+                              osgGA::GUIActionAdapter& action)
+{
+    _pointer.reset();
+    osgUtil::LineSegmentIntersector::Intersections hits;
+    if (!view.computeIntersections(event.getX(), event.getY(), hits, _intersectionMask))
+        return false;
+    for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits)
+        _pointer.addIntersection(hit.nodePath, hit.getLocalIntersectPoint());
+
+    bool picked = false;
+    const osg::NodePath& path = _pointer._hitList.front().first;
+    for (osg::Node* node : path) {
+        if (node != static_cast<osg::Node*>(this))
+            continue;
+        _pointer.setCamera(cameraAbove(path, view));
+        projectPointer(event);
+        handle(_pointer, event, action);
+        setDraggerActive(true);
+        picked = true;
+    }
+    return picked;
+}
+
+bool Composite3DDragger::dragStep(const osgGA::GUIEventAdapter& event,
+                                  osgGA::GUIActionAdapter& action, bool result)
+{
+    if (!getDraggerActive())
+        return result;
+    _pointer._hitIter = _pointer._hitList.begin();
+    projectPointer(event);
+    handle(_pointer, event, action);
+    return true;
+}
+
+void Composite3DDragger::projectPointer(const osgGA::GUIEventAdapter& event)
+{
+    // The window point under the mouse, with y counted upwards from the
+    // bottom of the event's range, so that the pick and every drag step see
+    // the same point whichever way the event counts y.
+    const bool yDownwards =
+        event.getMouseYOrientation() == osgGA::GUIEventAdapter::Y_INCREASING_DOWNWARDS;
+    const float windowY = yDownwards ? event.getYmax() - event.getY() : event.getY();
+    _pointer.setMousePosition(event.getX(), windowY);
+}
+
+void Composite3DDragger::followReceiver()
+{
+    if (getDraggerActive() || !m_receiver || !m_receiverFollow)
+        return;
+    RkCoordinateSystemTransformation draggerPose;
+    RkCoordinateSystemTransformation receiverPose;
+    RkRenderTypes::osg2rk(receiverPoseOfDragger(), draggerPose);
+    RkRenderTypes::osg2rk(m_receiver->getMatrix(), receiverPose);
+    if (draggerPose.approxEq(receiverPose, FOLLOW_TOLERANCE))
+        return;
+
+    const osg::Matrixd receiverMatrix = m_receiver->getMatrix();
+    if (m_alignedWithReferenceFrame) {
+        osg::Matrixd aligned;
+        aligned.makeRotate(m_referenceFrame);
+        aligned.setTrans(receiverMatrix.getTrans());
+        setMatrix(aligned);
+    } else {
+        setMatrix(receiverMatrix);
+    }
+    emit signalPoseChanged();
+}
+
+} // namespace Rk

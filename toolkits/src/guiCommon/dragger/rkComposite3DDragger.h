@@ -1,0 +1,176 @@
+#ifndef RK_COMPOSITE_3D_DRAGGER_H
+#define RK_COMPOSITE_3D_DRAGGER_H
+
+#include "rkCoordinateSystemTransformation.h"
+#include "rkDraggerReceiver.h"
+
+#include <QObject>
+#include <osg/Quat>
+#include <osg/ref_ptr>
+#include <osgManipulator/Dragger>
+
+namespace osgViewer {
+class View;
+}
+
+namespace Rk {
+
+class DraggerDlg;
+class PluginGUI;
+
+/// Base of every multi-axis dragger: a Qt object that announces pose, scale
+/// and command changes, and an osgManipulator composite whose matrix is the
+/// pose being edited (world frame of the dragger's parent, row-vector
+/// convention, metres and radians).
+///
+/// The pose is read from and written to a receiver. The receiver's
+/// orientation is the dragger's orientation times the alignment rotation; the
+/// translations agree. A new dragger is hidden (node mask 0): call
+/// `setupDefaultGeometry()` on a subclass, then `showDraggers(true)`.
+/// Intersection mask and shown node mask are `DRAGGER_MASK` (1024).
+class Composite3DDragger : public QObject, public osgManipulator::CompositeDragger
+{
+    Q_OBJECT
+
+public:
+    /// Which handle was last pressed; also the handle's index in the dragger
+    /// list and the vector component of its axis.
+    enum AxisEnum { NO_AXIS = -1, X_AXIS = 0, Y_AXIS = 1, Z_AXIS = 2 };
+
+    /// Node mask of a shown dragger and traversal mask of the pick.
+    static const osg::Node::NodeMask DRAGGER_MASK = 0x400;
+    /// Largest pose difference (host metric) that the frame-time follow ignores.
+    static constexpr double FOLLOW_TOLERANCE = 0.0001;
+    /// Scale given to the components of a new dragger.
+    static constexpr double DEFAULT_SCALE = 0.3;
+
+    /// A dragger for the end-effector pose (parameter 261) of `gui`, through a
+    /// new `EEDraggerReceiver`. `gui` must outlive the dragger.
+    explicit Composite3DDragger(Rk::PluginGUI* gui);
+    /// A dragger for `receiver`, shared; null gives a dragger that writes
+    /// nothing and never follows.
+    explicit Composite3DDragger(Rk::DraggerReceiver* receiver);
+
+    /// Offers the pointer event to the components in list order; false
+    /// without a look at them while dragging is disabled.
+    bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
+                osgGA::GUIActionAdapter& action) override;
+    /// The viewer's event loop: picks at a press, passes the press, drags and
+    /// release to the pointer handler, and follows the receiver at every
+    /// frame event outside a drag. True for a press that picked this dragger
+    /// and for every press, drag or release while it is active.
+    bool handle(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action) override;
+    /// Gives every direct component the matrix scale(s, s, s), replacing it,
+    /// and emits `signalScaleChanged()` (always, also with no components).
+    /// Zero or negative values are stored and applied as given.
+    virtual void setScale(double scale);
+    /// Stores the active axis (subclasses also recolour their handles).
+    virtual void setActiveAxis(AxisEnum axis);
+    /// Makes the axis of the pressed component active (nothing here).
+    virtual void setFromChildDraggerActive();
+    /// Enables or disables all event handling; emits
+    /// `signalDraggingEnableChanged()` only on a change.
+    virtual void setDraggingEnabled(bool enabled);
+    virtual bool draggingEnabled() const;
+    /// Stores the frame shown while aligned; takes effect at the next
+    /// `setIsAlignedWithReferenceFrame(true)` and at the next frame event.
+    virtual void setReferenceFrame(const osg::Quat& frame);
+    /// Switches the alignment; when switched on with a receiver, the
+    /// alignment rotation becomes inverse(frame) * receiver rotation. Off
+    /// resets it to the identity. Leaves the dragger's matrix alone.
+    virtual void setIsAlignedWithReferenceFrame(bool aligned);
+    /// Writes translation and rotation (times the alignment rotation) of the
+    /// dragger's matrix to the receiver; nothing without a receiver or while
+    /// the receiver-update flag is clear. Scale and shear are dropped.
+    virtual void setReceiverMatrix();
+
+    /// Attaches `receiver` (null detaches) and, if there is one, re-applies
+    /// the scale and takes the receiver's matrix as the dragger's, unaligned.
+    void setReceiver(Rk::DraggerReceiver* receiver);
+    Rk::DraggerReceiver* receiver() const { return m_receiver.get(); }
+    /// Node mask 1024 (shown) or 0 (hidden) on this dragger and, recursively,
+    /// on every component. Emits nothing; does not end a drag.
+    void showDraggers(bool show);
+    /// Writes the dragger's current pose to the receiver, then moves the
+    /// dragger to `pose` (times the alignment rotation, single precision) and
+    /// emits `signalPoseChanged()`.
+    void syncReceiverToPose(const osg::Matrixd& pose);
+
+    AxisEnum activeAxis() const { return m_activeAxis; }
+    /// 0 none, 1 translation, 2 rotation, 3 set by a frame dragger on its parts.
+    int dragMode() const { return m_dragMode; }
+    void setDragMode(int mode) { m_dragMode = mode; }
+    /// Distance (metres) or signed angle (radians) of the current drag.
+    double commandValue() const { return m_commandValue; }
+    void setCommandValue(double value) { m_commandValue = value; }
+    const osg::Matrixd& dragStartMatrix() const { return m_dragStartMatrix; }
+    void setDragStartMatrix(const osg::Matrixd& matrix) { m_dragStartMatrix = matrix; }
+    double scale() const { return m_scale; }
+    bool valueOnRelease() const { return m_valueOnRelease; }
+    const osg::Quat& alignmentRotation() const { return m_alignmentRotation; }
+    const osg::Quat& referenceFrame() const { return m_referenceFrame; }
+    bool isAlignedWithReferenceFrame() const { return m_alignedWithReferenceFrame; }
+    /// When clear, `setReceiverMatrix` writes nothing (the dialog uses it).
+    bool receiverUpdate() const { return m_receiverUpdate; }
+    void setReceiverUpdate(bool update) { m_receiverUpdate = update; }
+    /// When clear, the frame-time follow is skipped. The library never
+    /// changes it; the host may.
+    bool receiverFollow() const { return m_receiverFollow; }
+    void setReceiverFollow(bool follow) { m_receiverFollow = follow; }
+
+signals:
+    void signalPoseClicked();
+    void signalPoseChanged();
+    void signalScaleChanged();
+    void signalCommandValueChanged(double);
+    void signalCommandValueDone();
+    void signalDraggingEnableChanged();
+
+public slots:
+    /// Sets the dragger's matrix to alignment rotation * rk2osg(coord), in
+    /// single precision, and emits `signalPoseChanged()`; writes no receiver.
+    void setPose(const RkCoordinateSystemTransformation& coord);
+    /// When set, a frame dragger reports the command value during a drag and
+    /// writes the receiver only at the release.
+    void setValueOnRelease(bool value);
+
+protected:
+    ~Composite3DDragger() override;
+
+    /// The pose that `setReceiverMatrix` writes: translation and rotation of
+    /// the dragger's matrix, the rotation times the alignment rotation.
+    osg::Matrixd receiverPoseOfDragger() const;
+    /// Sets the dragger's matrix to the alignment rotation followed by `pose`,
+    /// multiplied in single precision.
+    void setAlignedMatrix(const osg::Matrixd& pose);
+
+private:
+    friend class DraggerDlg;
+
+    void initialise(Rk::DraggerReceiver* receiver);
+    bool activationPermitted(const osgGA::GUIEventAdapter& event);
+    bool pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
+              osgGA::GUIActionAdapter& action);
+    bool dragStep(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action,
+                  bool result);
+    void followReceiver();
+    void projectPointer(const osgGA::GUIEventAdapter& event);
+
+    osg::ref_ptr<Rk::DraggerReceiver> m_receiver;
+    int m_dragMode;
+    AxisEnum m_activeAxis;
+    double m_commandValue;
+    bool m_valueOnRelease;
+    osg::Matrixd m_dragStartMatrix;
+    double m_scale;
+    osg::Quat m_alignmentRotation;
+    bool m_draggingEnabled;
+    bool m_alignedWithReferenceFrame;
+    osg::Quat m_referenceFrame;
+    bool m_receiverUpdate;
+    bool m_receiverFollow;
+};
+
+} // namespace Rk
+
+#endif
