@@ -1,2 +1,281 @@
+#include "rkComposite3DDragger.h"
+#include "rkPlugin.h"
+#include "rkRenderTypes.h"
+
+#include <QSignalSpy>
+#include <osgManipulator/Translate1DDragger>
 #include <gtest/gtest.h>
-TEST(Placeholder, Builds) {}
+
+namespace {
+
+using Rk::Composite3DDragger;
+
+Rk::DraggerReceiver* const kNoReceiver = nullptr;
+
+// A receiver over a matrix the test owns, counting reads and writes.
+struct HostPose
+{
+    osg::Matrixd matrix;
+    int reads = 0;
+    int writes = 0;
+
+    osg::ref_ptr<Rk::DraggerReceiver> receiver()
+    {
+        return new Rk::DraggerReceiver(
+            [this] {
+                ++reads;
+                return matrix;
+            },
+            [this](const osg::Matrixd& m) {
+                ++writes;
+                matrix = m;
+            });
+    }
+};
+
+osg::Matrixd turnAndShift(double angle, const osg::Vec3d& axis, const osg::Vec3d& shift)
+{
+    return osg::Matrixd::rotate(angle, axis) * osg::Matrixd::translate(shift);
+}
+
+RkCoordinateSystemTransformation hostPose(double yaw, double pitch, double roll,
+                                          const RkVector& at)
+{
+    RkOrientation orientation;
+    orientation.setFrom321Euler(yaw, pitch, roll);
+    return RkCoordinateSystemTransformation(at, orientation);
+}
+
+void expectMatrixNear(const osg::Matrixd& a, const osg::Matrixd& b, double tolerance)
+{
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 4; ++column)
+            EXPECT_NEAR(a(row, column), b(row, column), tolerance) << row << "," << column;
+}
+
+void expectQuatNear(const osg::Quat& a, const osg::Quat& b, double tolerance)
+{
+    // q and -q are the same rotation
+    const double sign = (a.asVec4() * b.asVec4()) < 0.0 ? -1.0 : 1.0;
+    EXPECT_NEAR((a.asVec4() - b.asVec4() * sign).length(), 0.0, tolerance);
+}
+
+TEST(Composite3DDragger, NewDraggerIsHiddenEnabledAndTakesTheReceiversPose)
+{
+    HostPose host;
+    host.matrix = turnAndShift(0.5, osg::Z_AXIS, osg::Vec3d(1, 2, 3));
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    EXPECT_EQ(dragger->getNodeMask(), 0u);
+    EXPECT_EQ(dragger->getIntersectionMask(), 1024u);
+    EXPECT_TRUE(dragger->getHandleEvents());
+    EXPECT_EQ(dragger->scale(), 0.3);
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
+    EXPECT_EQ(dragger->dragMode(), 0);
+    EXPECT_TRUE(dragger->draggingEnabled());
+    EXPECT_TRUE(dragger->receiverUpdate());
+    EXPECT_TRUE(dragger->receiverFollow());
+    EXPECT_EQ(dragger->getMatrix(), host.matrix);
+    EXPECT_EQ(host.writes, 0);
+}
+
+TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPose)
+{
+    Rk::PluginGUI plugin;
+    plugin.setParam<261u, osg::Matrixd>(osg::Matrixd::translate(0, 0, 2));
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(&plugin);
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(0, 0, 2));
+    dragger->setMatrix(osg::Matrixd::translate(1, 0, 2));
+    dragger->setReceiverMatrix();
+    EXPECT_EQ((plugin.param<261u, osg::Matrixd>()), osg::Matrixd::translate(1, 0, 2));
+}
+
+TEST(Composite3DDragger, ScaleReplacesEachComponentsMatrixAndAlwaysSignals)
+{
+    osg::ref_ptr<Composite3DDragger> empty = new Composite3DDragger(kNoReceiver);
+    QSignalSpy emptySpy(empty.get(), &Composite3DDragger::signalScaleChanged);
+    empty->setScale(2.0);
+    EXPECT_EQ(emptySpy.count(), 1);
+
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
+    for (int i = 0; i < 3; ++i) {
+        osg::ref_ptr<osgManipulator::Dragger> component = new osgManipulator::Translate1DDragger;
+        component->setMatrix(osg::Matrixd::translate(i, i, i));
+        dragger->addChild(component.get());
+        dragger->addDragger(component.get());
+    }
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalScaleChanged);
+    dragger->setScale(0.5);
+    EXPECT_EQ(spy.count(), 1);
+    for (unsigned int i = 0; i < 3; ++i)
+        EXPECT_EQ(dragger->getDragger(i)->getMatrix(), osg::Matrixd::scale(0.5, 0.5, 0.5));
+}
+
+TEST(Composite3DDragger, ShowDraggersReachesEveryHandleOfNestedComposites)
+{
+    osg::ref_ptr<Composite3DDragger> outer = new Composite3DDragger(kNoReceiver);
+    std::vector<osg::ref_ptr<osgManipulator::Dragger>> handles;
+    for (int part = 0; part < 2; ++part) {
+        osg::ref_ptr<Composite3DDragger> inner = new Composite3DDragger(kNoReceiver);
+        for (int axis = 0; axis < 3; ++axis) {
+            osg::ref_ptr<osgManipulator::Dragger> handle = new osgManipulator::Translate1DDragger;
+            inner->addChild(handle.get());
+            inner->addDragger(handle.get());
+            handles.push_back(handle);
+        }
+        outer->addChild(inner.get());
+        outer->addDragger(inner.get());
+    }
+    QSignalSpy poseSpy(outer.get(), &Composite3DDragger::signalPoseChanged);
+
+    outer->showDraggers(true);
+    EXPECT_EQ(outer->getNodeMask(), 1024u);
+    EXPECT_EQ(outer->getDragger(0)->getNodeMask(), 1024u);
+    EXPECT_EQ(outer->getDragger(1)->getNodeMask(), 1024u);
+    for (const auto& handle : handles)
+        EXPECT_EQ(handle->getNodeMask(), 1024u);
+
+    outer->showDraggers(false);
+    EXPECT_EQ(outer->getNodeMask(), 0u);
+    for (const auto& handle : handles)
+        EXPECT_EQ(handle->getNodeMask(), 0u);
+    EXPECT_EQ(poseSpy.count(), 0);
+}
+
+TEST(Composite3DDragger, DraggingEnabledSignalsOnlyOnChange)
+{
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalDraggingEnableChanged);
+    dragger->setDraggingEnabled(true);
+    EXPECT_EQ(spy.count(), 0);
+    dragger->setDraggingEnabled(false);
+    dragger->setDraggingEnabled(false);
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_FALSE(dragger->draggingEnabled());
+}
+
+TEST(Composite3DDragger, SetPoseMovesTheDraggerButNotTheReceiver)
+{
+    HostPose host;
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    const RkCoordinateSystemTransformation coord = hostPose(0.3, -0.2, 1.1, RkVector(1, -2, 0.5));
+    dragger->setPose(coord);
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(host.writes, 0);
+    expectMatrixNear(dragger->getMatrix(), RkRenderTypes::rk2osg(coord), 1e-6);
+
+    dragger->setReceiverMatrix();
+    EXPECT_EQ(host.writes, 1);
+    expectMatrixNear(host.matrix, RkRenderTypes::rk2osg(coord), 1e-6);
+}
+
+TEST(Composite3DDragger, PoseSlotIsReachableByName)
+{
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
+    const RkCoordinateSystemTransformation coord(RkVector(0, 0, 4), RkOrientation());
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setPose",
+                                          Q_ARG(RkCoordinateSystemTransformation, coord)));
+    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 4.0, 1e-6);
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setValueOnRelease", Q_ARG(bool, true)));
+    EXPECT_TRUE(dragger->valueOnRelease());
+}
+
+TEST(Composite3DDragger, ReceiverGetsTranslationAndRotationOnly)
+{
+    HostPose host;
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    dragger->setMatrix(osg::Matrixd::scale(2, 2, 2) * turnAndShift(0.4, osg::X_AXIS, {1, 2, 3}));
+    dragger->setReceiverMatrix();
+    expectMatrixNear(host.matrix, turnAndShift(0.4, osg::X_AXIS, {1, 2, 3}), 1e-12);
+}
+
+TEST(Composite3DDragger, AlignmentRotationIsTheInverseFrameTimesTheReceiverRotation)
+{
+    HostPose host;
+    const osg::Quat q(0.7, osg::Vec3d(0.2, 0.5, 1.0) / osg::Vec3d(0.2, 0.5, 1.0).length());
+    host.matrix = osg::Matrixd::rotate(q) * osg::Matrixd::translate(1, 1, 1);
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    const osg::Quat r(-0.4, osg::Y_AXIS);
+    dragger->setReferenceFrame(r);
+    const osg::Matrixd before = dragger->getMatrix();
+
+    dragger->setIsAlignedWithReferenceFrame(true);
+    expectQuatNear(dragger->alignmentRotation(), r.inverse() * q, 1e-12);
+    EXPECT_EQ(dragger->getMatrix(), before);
+
+    // As long as the user has not turned it, the aligned dragger shows r and
+    // writes the receiver's own rotation back.
+    dragger->setMatrix(osg::Matrixd::rotate(r) * osg::Matrixd::translate(1, 1, 1));
+    dragger->setReceiverMatrix();
+    expectQuatNear(host.matrix.getRotate(), q, 1e-9);
+
+    dragger->setIsAlignedWithReferenceFrame(false);
+    expectQuatNear(dragger->alignmentRotation(), osg::Quat(0, 0, 0, 1), 0.0);
+}
+
+TEST(Composite3DDragger, ClearedReceiverUpdateWritesNothingButStillMoves)
+{
+    HostPose host;
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    dragger->setReceiverUpdate(false);
+    dragger->setReceiverMatrix();
+    dragger->syncReceiverToPose(osg::Matrixd::translate(5, 0, 0));
+    EXPECT_EQ(host.writes, 0);
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(5, 0, 0));
+}
+
+TEST(Composite3DDragger, SyncWritesThePreviousPoseThenMoves)
+{
+    HostPose host;
+    host.matrix = osg::Matrixd::translate(1, 0, 0);
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    const osg::Matrixd typed = turnAndShift(0.25, osg::Z_AXIS, {0, 3, 0});
+    dragger->syncReceiverToPose(typed);
+    EXPECT_EQ(host.writes, 1);
+    EXPECT_EQ(host.matrix, osg::Matrixd::translate(1, 0, 0));
+    expectMatrixNear(dragger->getMatrix(), typed, 1e-6);
+    EXPECT_EQ(spy.count(), 1);
+}
+
+TEST(Composite3DDragger, ReattachingTheSameReceiverReappliesScaleAndPose)
+{
+    HostPose host;
+    osg::ref_ptr<Rk::DraggerReceiver> receiver = host.receiver();
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(receiver.get());
+    QSignalSpy scaleSpy(dragger.get(), &Composite3DDragger::signalScaleChanged);
+    QSignalSpy poseSpy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    host.matrix = osg::Matrixd::translate(0, 7, 0);
+    dragger->setReceiver(receiver.get());
+    EXPECT_EQ(scaleSpy.count(), 1);
+    EXPECT_EQ(poseSpy.count(), 0);
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(0, 7, 0));
+    EXPECT_EQ(receiver->referenceCount(), 2);
+}
+
+TEST(Composite3DDragger, WithoutReceiverNothingIsWrittenAndAlignmentKeepsItsRotation)
+{
+    HostPose host;
+    osg::ref_ptr<Rk::DraggerReceiver> receiver = host.receiver();
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(receiver.get());
+    dragger->setReferenceFrame(osg::Quat(0.3, osg::Z_AXIS));
+    dragger->setIsAlignedWithReferenceFrame(true);
+    const osg::Quat aligned = dragger->alignmentRotation();
+
+    dragger->setMatrix(osg::Matrixd::translate(3, 3, 3));
+    dragger->setReceiver(nullptr);
+    EXPECT_EQ(receiver->referenceCount(), 1);
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(3, 3, 3));
+    dragger->setReferenceFrame(osg::Quat(1.0, osg::X_AXIS));
+    dragger->setIsAlignedWithReferenceFrame(true);
+    expectQuatNear(dragger->alignmentRotation(), aligned, 0.0);
+
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    dragger->syncReceiverToPose(osg::Matrixd::translate(1, 1, 1));
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(host.writes, 0);
+}
+
+} // namespace

@@ -24,6 +24,22 @@ osg::Camera* cameraAbove(const osg::NodePath& path, osgViewer::View& view)
     return view.getCamera();
 }
 
+// The rotation of `matrix` with any axis scale divided out first: OSG 3.6's
+// getRotate() assumes unit rows, and a scaled dragger must still hand the
+// receiver its true orientation.
+osg::Quat rotationOf(const osg::Matrixd& matrix)
+{
+    osg::Matrixd rotation(matrix);
+    for (int row = 0; row < 3; ++row) {
+        const double length =
+            osg::Vec3d(matrix(row, 0), matrix(row, 1), matrix(row, 2)).length();
+        if (length > 0.0)
+            for (int column = 0; column < 3; ++column)
+                rotation(row, column) = matrix(row, column) / length;
+    }
+    return rotation.getRotate();
+}
+
 } // namespace
 
 Composite3DDragger::Composite3DDragger(Rk::PluginGUI* gui)
@@ -146,7 +162,7 @@ osg::Matrixd Composite3DDragger::receiverPoseOfDragger() const
 {
     const osg::Matrixd& draggerMatrix = getMatrix();
     osg::Matrixd pose;
-    pose.makeRotate(draggerMatrix.getRotate() * m_alignmentRotation);
+    pose.makeRotate(rotationOf(draggerMatrix) * m_alignmentRotation);
     pose.setTrans(draggerMatrix.getTrans());
     return pose;
 }
