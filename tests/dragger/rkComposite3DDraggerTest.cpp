@@ -3,8 +3,8 @@
 #include "rkRenderTypes.h"
 
 #include <QSignalSpy>
-#include <osgManipulator/Translate1DDragger>
 #include <gtest/gtest.h>
+#include <osgManipulator/Translate1DDragger>
 
 namespace {
 
@@ -38,8 +38,7 @@ osg::Matrixd turnAndShift(double angle, const osg::Vec3d& axis, const osg::Vec3d
     return osg::Matrixd::rotate(angle, axis) * osg::Matrixd::translate(shift);
 }
 
-RkCoordinateSystemTransformation hostPose(double yaw, double pitch, double roll,
-                                          const RkVector& at)
+RkCoordinateSystemTransformation hostPose(double yaw, double pitch, double roll, const RkVector& at)
 {
     RkOrientation orientation;
     orientation.setFrom321Euler(yaw, pitch, roll);

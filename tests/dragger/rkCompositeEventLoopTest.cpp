@@ -1,2 +1,265 @@
+#include "rkComposite3DDragger.h"
+#include "rkViewerHarness.h"
+
+#include <QSignalSpy>
 #include <gtest/gtest.h>
-TEST(Placeholder, Builds) {}
+#include <osg/Geode>
+#include <osg/ShapeDrawable>
+#include <osgManipulator/Translate1DDragger>
+
+#include <vector>
+
+namespace {
+
+using Rk::Composite3DDragger;
+using RkTest::ViewerHarness;
+
+// A composite with one pickable handle that slides along world Z, recording
+// every event its pointer handler sees and writing the receiver at the
+// release, as the library's translate dragger does.
+class SliderDragger : public Composite3DDragger
+{
+public:
+    explicit SliderDragger(Rk::DraggerReceiver* receiver) : Composite3DDragger(receiver)
+    {
+        osg::ref_ptr<osgManipulator::Translate1DDragger> handle =
+            new osgManipulator::Translate1DDragger(osg::Vec3d(), osg::Vec3d(0, 0, 1));
+        osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+        geode->addDrawable(new osg::ShapeDrawable(new osg::Box(osg::Vec3(), 1.0f)));
+        handle->addChild(geode.get());
+        addChild(handle.get());
+        addDragger(handle.get());
+        setParentDragger(getParentDragger()); // handle motion moves this composite
+        setScale(scale());
+    }
+
+    using Composite3DDragger::handle;
+    bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
+                osgGA::GUIActionAdapter& action) override
+    {
+        events.push_back(event.getEventType());
+        osg::Vec3d nearPoint, farPoint;
+        pointer.getNearFarPoints(nearPoint, farPoint);
+        nearPoints.push_back(nearPoint);
+        const bool handled = Composite3DDragger::handle(pointer, event, action);
+        if (event.getEventType() == osgGA::GUIEventAdapter::RELEASE)
+            setReceiverMatrix();
+        return handled;
+    }
+
+    std::vector<int> events;
+    std::vector<osg::Vec3d> nearPoints;
+};
+
+struct HostPose
+{
+    osg::Matrixd matrix;
+    osg::ref_ptr<Rk::DraggerReceiver> receiver()
+    {
+        return new Rk::DraggerReceiver([this] { return matrix; },
+                                       [this](const osg::Matrixd& m) { matrix = m; });
+    }
+};
+
+class CompositeEventLoop : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        dragger = new SliderDragger(host.receiver().get());
+        dragger->showDraggers(true);
+        view.root()->addChild(dragger.get());
+    }
+
+    osg::Vec2d handleCentre() const { return view.project(dragger->getMatrix().getTrans()); }
+
+    HostPose host;
+    ViewerHarness view;
+    osg::ref_ptr<SliderDragger> dragger;
+    const osg::Vec2d emptySpace{20.0, 20.0};
+};
+
+const int PUSH = osgGA::GUIEventAdapter::PUSH;
+const int DRAG = osgGA::GUIEventAdapter::DRAG;
+const int RELEASE = osgGA::GUIEventAdapter::RELEASE;
+
+TEST_F(CompositeEventLoop, PressOnTheHandlePicksAndReachesThePointerHandlerTwice)
+{
+    EXPECT_TRUE(view.press(handleCentre()));
+    EXPECT_TRUE(dragger->getDraggerActive());
+    EXPECT_EQ(dragger->events, (std::vector<int>{PUSH, PUSH}));
+}
+
+TEST_F(CompositeEventLoop, PressOnEmptySpaceIsNotHandled)
+{
+    EXPECT_FALSE(view.press(emptySpace));
+    EXPECT_FALSE(dragger->getDraggerActive());
+    EXPECT_TRUE(dragger->events.empty());
+    EXPECT_FALSE(view.drag(emptySpace + osg::Vec2d(5, 5)));
+    EXPECT_FALSE(view.release(emptySpace));
+}
+
+TEST_F(CompositeEventLoop, HiddenDraggerCannotBePicked)
+{
+    dragger->showDraggers(false);
+    EXPECT_FALSE(view.press(handleCentre()));
+    EXPECT_TRUE(dragger->events.empty());
+}
+
+TEST_F(CompositeEventLoop, DragMovesThePoseByThePointersDistanceAlongTheHandle)
+{
+    // Upwards on screen is +Z: a mirrored projection would move the pose down.
+    const osg::Vec2d from = handleCentre();
+    const osg::Vec2d to = view.project(osg::Vec3d(0, 0, 0.4));
+    ASSERT_LT(to.y(), from.y());
+    view.press(from);
+    EXPECT_TRUE(view.drag((from + to) * 0.5));
+    EXPECT_TRUE(view.drag(to));
+    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 0.4, 1e-3);
+    EXPECT_TRUE(view.release(to));
+    EXPECT_EQ(dragger->events, (std::vector<int>{PUSH, PUSH, DRAG, DRAG, RELEASE}));
+    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 0.4, 1e-3);
+    EXPECT_NEAR(host.matrix.getTrans().z(), 0.4, 1e-3);
+    EXPECT_NEAR(dragger->getMatrix().getTrans().x(), 0.0, 1e-9);
+}
+
+TEST_F(CompositeEventLoop, ReleaseEndsTheDragAndLaterDragsAreIgnored)
+{
+    const osg::Vec2d at = handleCentre();
+    view.press(at);
+    EXPECT_TRUE(view.release(at));
+    EXPECT_FALSE(dragger->getDraggerActive());
+    EXPECT_FALSE(view.drag(at + osg::Vec2d(0, -30)));
+    EXPECT_FALSE(view.release(at));
+    EXPECT_EQ(dragger->events.size(), 3u);
+}
+
+TEST_F(CompositeEventLoop, OtherEventTypesAreNotHandled)
+{
+    EXPECT_FALSE(view.move(handleCentre()));
+    EXPECT_FALSE(view.scroll(osgGA::GUIEventAdapter::SCROLL_UP));
+    EXPECT_FALSE(view.keyDown('x'));
+    EXPECT_TRUE(dragger->events.empty());
+}
+
+TEST_F(CompositeEventLoop, DisabledDraggingHandlesNothingAndDoesNotFollow)
+{
+    dragger->setDraggingEnabled(false);
+    EXPECT_FALSE(view.press(handleCentre()));
+    host.matrix = osg::Matrixd::translate(0, 0, 1);
+    view.frame();
+    EXPECT_EQ(dragger->getMatrix().getTrans(), osg::Vec3d());
+    EXPECT_TRUE(dragger->events.empty());
+}
+
+TEST_F(CompositeEventLoop, DisablingDuringADragKeepsItActiveUntilAReleaseAfterReenabling)
+{
+    const osg::Vec2d at = handleCentre();
+    view.press(at);
+    dragger->setDraggingEnabled(false);
+    EXPECT_FALSE(view.release(at));
+    EXPECT_TRUE(dragger->getDraggerActive());
+    dragger->setDraggingEnabled(true);
+    EXPECT_TRUE(view.release(at));
+    EXPECT_FALSE(dragger->getDraggerActive());
+}
+
+TEST_F(CompositeEventLoop, EventAlreadyHandledOrFromAnotherAdapterIsIgnored)
+{
+    osg::ref_ptr<osgGA::GUIEventAdapter> press = new osgGA::GUIEventAdapter;
+    press->setEventType(osgGA::GUIEventAdapter::PUSH);
+    press->setHandled(true);
+    EXPECT_FALSE(dragger->handle(*press, view.viewer()));
+
+    struct NotAView : osgGA::GUIActionAdapter
+    {
+        void requestRedraw() override {}
+        void requestContinuousUpdate(bool) override {}
+        void requestWarpPointer(float, float) override {}
+    } notAView;
+    press->setHandled(false);
+    EXPECT_FALSE(dragger->handle(*press, notAView));
+    EXPECT_TRUE(dragger->events.empty());
+}
+
+TEST_F(CompositeEventLoop, ProjectionMeasuresDownwardYFromTheTopOfTheRange)
+{
+    // Start a drag through the viewer, then hand the dragger a downward-y
+    // event directly: range 600, y = 100 projects at window point (x, 500).
+    view.press(handleCentre());
+    osg::ref_ptr<osgGA::GUIEventAdapter> drag = new osgGA::GUIEventAdapter;
+    drag->setEventType(osgGA::GUIEventAdapter::DRAG);
+    drag->setInputRange(0, 0, ViewerHarness::WIDTH, 600);
+    drag->setMouseYOrientation(osgGA::GUIEventAdapter::Y_INCREASING_DOWNWARDS);
+    drag->setX(300);
+    drag->setY(100);
+    EXPECT_TRUE(dragger->handle(*drag, view.viewer()));
+    // The harness takes y downwards: window point (300, 500 up) is 100 down.
+    const osg::Vec3d expected = view.unproject(osg::Vec2d(300, ViewerHarness::HEIGHT - 500),
+                                               osg::Vec3d(), osg::Vec3d(0, 1, 0));
+    const osg::Vec3d nearPoint = dragger->nearPoints.back();
+    const osg::Vec3d eye(0, -5, 0);
+    const osg::Vec3d ray = expected - eye;
+    const osg::Vec3d toNear = nearPoint - eye;
+    EXPECT_NEAR((ray ^ toNear).length() / (ray.length() * toNear.length()), 0.0, 1e-6);
+}
+
+TEST_F(CompositeEventLoop, ActivationKeyGatesNewDragsButNotOneUnderWay)
+{
+    dragger->setActivationKeyEvent('a');
+    const osg::Vec2d at = handleCentre();
+    EXPECT_FALSE(view.press(at));
+    view.release(at);
+    view.keyDown('a');
+    EXPECT_TRUE(view.press(at));
+    view.keyUp('a');
+    EXPECT_TRUE(view.drag(at + osg::Vec2d(0, -10)));
+    EXPECT_TRUE(view.release(at + osg::Vec2d(0, -10)));
+    EXPECT_FALSE(view.press(at));
+}
+
+TEST_F(CompositeEventLoop, FrameFollowsAHostChangeOnceAndThenStaysQuiet)
+{
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    view.frame();
+    EXPECT_EQ(spy.count(), 0);
+    host.matrix = osg::Matrixd::rotate(0.2, osg::X_AXIS) * osg::Matrixd::translate(0.1, 0, 0);
+    view.frame();
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(dragger->getMatrix(), host.matrix);
+    view.frame();
+    view.frame();
+    EXPECT_EQ(spy.count(), 1);
+
+    // A change within the tolerance is not followed.
+    host.matrix = osg::Matrixd::rotate(0.2, osg::X_AXIS) * osg::Matrixd::translate(0.1, 0, 0.00005);
+    view.frame();
+    EXPECT_EQ(spy.count(), 1);
+}
+
+TEST_F(CompositeEventLoop, AlignedFollowTakesTheReceiversTranslationAndTheFramesOrientation)
+{
+    const osg::Quat frame(0.5, osg::Z_AXIS);
+    dragger->setReferenceFrame(frame);
+    dragger->setIsAlignedWithReferenceFrame(true);
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    host.matrix = osg::Matrixd::rotate(0.3, osg::Y_AXIS) * osg::Matrixd::translate(1, 2, 3);
+    view.frame();
+    EXPECT_EQ(spy.count(), 1);
+    const osg::Matrixd expected = osg::Matrixd::rotate(frame) * osg::Matrixd::translate(1, 2, 3);
+    EXPECT_EQ(dragger->getMatrix(), expected);
+}
+
+TEST_F(CompositeEventLoop, NoFollowDuringADrag)
+{
+    view.press(handleCentre());
+    view.drag(view.project(osg::Vec3d(0, 0, 0.2)));
+    const osg::Matrixd dragged = dragger->getMatrix();
+    host.matrix = osg::Matrixd::translate(5, 5, 5);
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    view.frame();
+    EXPECT_EQ(dragger->getMatrix(), dragged);
+    EXPECT_EQ(spy.count(), 0);
+}
+
+} // namespace

@@ -43,9 +43,8 @@ protected:
 
 TEST(DraggerReceiver, EmptyFunctionsReadTheIdentityAndIgnoreWrites)
 {
-    osg::ref_ptr<Rk::DraggerReceiver> receiver =
-        new Rk::DraggerReceiver(boost::function<osg::Matrixd()>(),
-                                boost::function<void(const osg::Matrixd&)>());
+    osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(
+        boost::function<osg::Matrixd()>(), boost::function<void(const osg::Matrixd&)>());
     EXPECT_TRUE(receiver->getMatrix().isIdentity());
     receiver->setMatrix(osg::Matrixd::translate(1, 2, 3));
     EXPECT_TRUE(receiver->getMatrix().isIdentity());
@@ -57,8 +56,8 @@ TEST(DraggerReceiver, PassesMatricesThroughUnchanged)
     osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(
         [&stored] { return stored; }, [&stored](const osg::Matrixd& m) { stored = m; });
     EXPECT_EQ(receiver->getMatrix(), osg::Matrixd::scale(2, 3, 4));
-    const osg::Matrixd written = osg::Matrixd::rotate(0.3, osg::Vec3d(0, 1, 0)) *
-                                 osg::Matrixd::translate(7, 8, 9);
+    const osg::Matrixd written =
+        osg::Matrixd::rotate(0.3, osg::Vec3d(0, 1, 0)) * osg::Matrixd::translate(7, 8, 9);
     receiver->setMatrix(written);
     EXPECT_EQ(stored, written);
 }

@@ -89,12 +89,10 @@ TEST(Host, MatrixConversionsRoundTripAndPlaceTheTranslationInTheFourthRow)
 TEST(Host, ApproxEqHoldsAtTheToleranceAndFailsBeyondIt)
 {
     const RkCoordinateSystemTransformation a(RkVector(1, 1, 1), RkOrientation());
-    EXPECT_TRUE(a.approxEq(RkCoordinateSystemTransformation(RkVector(1, 1, 1.0000999),
-                                                            RkOrientation()),
-                           1e-4));
-    EXPECT_FALSE(a.approxEq(RkCoordinateSystemTransformation(RkVector(1, 1, 1.0002),
-                                                             RkOrientation()),
-                            1e-4));
+    EXPECT_TRUE(a.approxEq(
+        RkCoordinateSystemTransformation(RkVector(1, 1, 1.0000999), RkOrientation()), 1e-4));
+    EXPECT_FALSE(a.approxEq(
+        RkCoordinateSystemTransformation(RkVector(1, 1, 1.0002), RkOrientation()), 1e-4));
     RkOrientation turned;
     turned.setFrom321Euler(0.0, 0.0, 0.001); // ~0.001 in two matrix elements
     EXPECT_FALSE(a.approxEq(RkCoordinateSystemTransformation(RkVector(1, 1, 1), turned), 1e-4));

@@ -10,16 +10,15 @@ ViewerHarness::ViewerHarness(const osg::Vec3d& eye)
     m_window = m_viewer->setUpViewerAsEmbeddedInWindow(0, 0, WIDTH, HEIGHT);
     m_window->getEventQueue()->windowResize(0, 0, WIDTH, HEIGHT);
     m_viewer->setSceneData(m_root.get());
-    m_viewer->getCamera()->setProjectionMatrixAsPerspective(
-        30.0, double(WIDTH) / double(HEIGHT), 0.1, 1000.0);
+    m_viewer->getCamera()->setProjectionMatrixAsPerspective(30.0, double(WIDTH) / double(HEIGHT),
+                                                            0.1, 1000.0);
     m_viewer->getCamera()->setProjectionResizePolicy(osg::Camera::FIXED);
     lookAt(eye, osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
     m_viewer->realize();
     frame();
 }
 
-void ViewerHarness::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center,
-                           const osg::Vec3d& up)
+void ViewerHarness::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up)
 {
     m_viewer->getCamera()->setViewMatrixAsLookAt(eye, center, up);
 }

@@ -39,8 +39,7 @@ public:
 
     bool press(const osg::Vec2d& at, int button = osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
     bool drag(const osg::Vec2d& at);
-    bool release(const osg::Vec2d& at,
-                 int button = osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    bool release(const osg::Vec2d& at, int button = osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
     bool move(const osg::Vec2d& at);
     bool keyDown(int key);
     bool keyUp(int key);

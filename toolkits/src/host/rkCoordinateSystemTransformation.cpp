@@ -56,8 +56,8 @@ void RkOrientation::setFrom321Euler(const double& yaw, const double& pitch, cons
 {
     // Intrinsic Z, Y', X'' equals extrinsic X, Y, Z; osg::Quat products
     // apply the left factor first.
-    m_quat = osg::Quat(roll, osg::X_AXIS) * osg::Quat(pitch, osg::Y_AXIS) *
-             osg::Quat(yaw, osg::Z_AXIS);
+    m_quat =
+        osg::Quat(roll, osg::X_AXIS) * osg::Quat(pitch, osg::Y_AXIS) * osg::Quat(yaw, osg::Z_AXIS);
 }
 
 void RkOrientation::setQuat(const osg::Quat& quat)

@@ -5,7 +5,13 @@
 
 namespace Rk {
 
-enum PrintType { PRINT_ERROR = 0, PRINT_WARNING = 1, PRINT_INFO = 2, PRINT_DEBUG = 3 };
+enum PrintType
+{
+    PRINT_ERROR = 0,
+    PRINT_WARNING = 1,
+    PRINT_INFO = 2,
+    PRINT_DEBUG = 3
+};
 
 /// The host's print facility: one process-wide instance that writes tagged
 /// messages to a stream (std::cout unless the host sets another).

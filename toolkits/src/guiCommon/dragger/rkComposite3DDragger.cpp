@@ -31,8 +31,7 @@ osg::Quat rotationOf(const osg::Matrixd& matrix)
 {
     osg::Matrixd rotation(matrix);
     for (int row = 0; row < 3; ++row) {
-        const double length =
-            osg::Vec3d(matrix(row, 0), matrix(row, 1), matrix(row, 2)).length();
+        const double length = osg::Vec3d(matrix(row, 0), matrix(row, 1), matrix(row, 2)).length();
         if (length > 0.0)
             for (int column = 0; column < 3; ++column)
                 rotation(row, column) = matrix(row, column) / length;

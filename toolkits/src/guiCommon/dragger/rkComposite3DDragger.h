@@ -35,7 +35,13 @@ class Composite3DDragger : public QObject, public osgManipulator::CompositeDragg
 public:
     /// Which handle was last pressed; also the handle's index in the dragger
     /// list and the vector component of its axis.
-    enum AxisEnum { NO_AXIS = -1, X_AXIS = 0, Y_AXIS = 1, Z_AXIS = 2 };
+    enum AxisEnum
+    {
+        NO_AXIS = -1,
+        X_AXIS = 0,
+        Y_AXIS = 1,
+        Z_AXIS = 2
+    };
 
     /// Node mask of a shown dragger and traversal mask of the pick.
     static const osg::Node::NodeMask DRAGGER_MASK = 0x400;

@@ -22,7 +22,7 @@ public:
     /// The two functions of a receiver whose getter fills a matrix in place.
     struct ReceiverArg
     {
-        boost::function<bool(osg::Matrixd&)> getter;        ///< result ignored
+        boost::function<bool(osg::Matrixd&)> getter; ///< result ignored
         boost::function<void(const osg::Matrixd&)> setter;
     };
 
