@@ -33,7 +33,7 @@ public:
                     boost::function<void(const osg::Matrixd&)> setter);
     /// A receiver whose `getMatrix` goes through `getMatrixArgImplementation`.
     explicit DraggerReceiver(ReceiverArg arg);
-    virtual ~DraggerReceiver();
+    ~DraggerReceiver() override;
 
     /// The current pose: the getter's result, or the identity if it is empty.
     osg::Matrixd getMatrix() const;
