@@ -8,9 +8,12 @@ packages=(
     cmake g++ make pkg-config
     libopenscenegraph-dev openscenegraph
     qt6-base-dev qt6-base-dev-tools libqt6opengl6-dev
+    qtbase5-dev qtbase5-dev-tools libqt5opengl5-dev
     libboost-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     xvfb xauth libgl1-mesa-dri libglx-mesa0 fonts-dejavu-core
+    clang-format clang-tidy doxygen
+    dpkg-dev file
 )
 
 missing=()

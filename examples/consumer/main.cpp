@@ -74,8 +74,7 @@ private:
 void printPose(const char* label, const osg::Matrixd& pose)
 {
     const osg::Vec3d position = pose.getTrans();
-    std::printf("%-28s x %.4f  y %.4f  z %.4f\n", label, position.x(), position.y(),
-                position.z());
+    std::printf("%-28s x %.4f  y %.4f  z %.4f\n", label, position.x(), position.y(), position.z());
 }
 
 bool samePosition(const osg::Matrixd& a, const osg::Matrixd& b)
@@ -92,10 +91,9 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
 
     EndEffector endEffector;
-    osg::ref_ptr<Rk::DraggerReceiver> receiver =
-        new Rk::DraggerReceiver(boost::bind(&EndEffector::read, &endEffector),
-                                boost::bind(&EndEffector::write, &endEffector,
-                                            boost::placeholders::_1));
+    osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(
+        boost::bind(&EndEffector::read, &endEffector),
+        boost::bind(&EndEffector::write, &endEffector, boost::placeholders::_1));
     osg::ref_ptr<Rk::Composite3DDragger> dragger = new Rk::Composite3DDragger(receiver.get());
     dragger->showDraggers(true);
 
