@@ -142,18 +142,23 @@ public:
     /// Rk::Print (every press whose projection succeeds) and, on a claimed
     /// cell, aims the callback at the cell's function, (re)starts the timer,
     /// requests a redraw and returns true; a failed projection or an
-    /// unclaimed cell returns false and changes nothing. An index outside the
-    /// 64-bit range is unclaimed. Release: stops the timer, returns true.
-    /// Anything else: false.
+    /// unclaimed cell returns false and changes nothing. The key is the index
+    /// truncated toward zero, low 32 bits: -1 gives 4294967295; an index
+    /// outside the 64-bit range is unclaimed. With several parents the first
+    /// parental path places the projector. Release: stops the timer, returns
+    /// true, also when nothing repeats. Anything else: false.
     bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
                 osgGA::GUIActionAdapter& actions) override;
     /// Adds the quad (mask QUAD_NODE_MASK) as the only child and, with an
     /// image, gives this node a state set with the texture, blending on and
-    /// lighting off (protected). Later calls do nothing.
+    /// lighting off (protected), replacing any earlier one; without an image
+    /// the dragger has no state set and the white quad inherits all state.
+    /// Later calls do nothing.
     void setupDefaultGeometry() override;
     /// Registers a region: each pixel index p (row-major, p = row * width +
-    /// column) claims cell (trunc(row * D / height), trunc(column * D /
-    /// width)), key row * trunc(D) + column modulo 2^32, unless the cell is
+    /// column, row 0 first in the image data) claims the cell in cell row
+    /// trunc(row * D / height) and cell column trunc(column * D / width),
+    /// key cellRow * trunc(D) + cellColumn modulo 2^32, unless the cell is
     /// already claimed (the first claim wins). Pixels past the image's end
     /// map by the same formula. Ignored entirely without a loaded image;
     /// pixels whose cell is not finite or beyond the 64-bit range are
