@@ -4,17 +4,20 @@
 #include "rkFrameDragger.h"
 #include "rkPlugin.h"
 #include "rkRenderTypes.h"
+#include "rkViewerHarness.h"
 
 #include <QCheckBox>
 #include <QDoubleSpinBox>
 #include <QGroupBox>
 #include <QLabel>
+#include <QPixmap>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <vector>
 
@@ -24,6 +27,13 @@ namespace {
 const double kFloatTolerance = 1e-5;
 // Node mask of a shown dragger (a copy: gtest takes its arguments by reference).
 const osg::Node::NodeMask kShownMask = Rk::Composite3DDragger::DRAGGER_MASK;
+
+// Same rotation up to single-precision rounding (q and -q are the same turn).
+bool sameRotation(const osg::Quat& a, const osg::Quat& b)
+{
+    const double closeness = std::abs(a.asVec4() * b.asVec4());
+    return closeness > 1.0 - kFloatTolerance;
+}
 
 RkCoordinateSystemTransformation makePose(double x, double y, double z, double yaw, double pitch,
                                           double roll)
@@ -295,6 +305,7 @@ TEST_F(DraggerDlgTest, DraggerReplacedByNullIsNoLongerTouched)
     EXPECT_EQ(dragger->getNodeMask(), 0u);
     EXPECT_EQ(dragger->scale(), Rk::Composite3DDragger::DEFAULT_SCALE);
     EXPECT_TRUE(dragger->receiverUpdate());
+    EXPECT_TRUE(dragger->receiverFollow());
     EXPECT_FALSE(dragger->isAlignedWithReferenceFrame());
     EXPECT_TRUE(plugin.poseWrites.empty());
 
@@ -371,3 +382,152 @@ TEST(DraggerDlgMetaObject, ListsSignalsThenSlotsInTheirPublishedOrder)
 }
 
 } // namespace
+
+// The dialog beside a viewer whose event traversal drives the frame dragger.
+class DraggerDlgSceneTest : public DraggerDlgTest
+{
+protected:
+    void SetUp() override
+    {
+        DraggerDlgTest::SetUp();
+        harness.root()->addChild(dragger.get());
+        dialog->showDragger(true);
+        // The host moves its pose to the origin; the next frame follows it.
+        plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(osg::Matrixd::identity());
+        harness.frame();
+        plugin.poseWrites.clear();
+    }
+
+    osg::Vec2d onXArrow(double x) const { return harness.project(osg::Vec3d(x, 0.0, 0.0)); }
+    // A point of the Z ring (radius 0.5 at scale 0.3) of an unturned dragger.
+    static osg::Vec3d onZRing(double angle)
+    {
+        const double radius = 0.15;
+        return osg::Vec3d(radius * std::cos(angle), radius * std::sin(angle), 0.0);
+    }
+
+    // Beyond the rings (radius 0.15 at scale 0.3), before the cone.
+    static constexpr double kArrowGrab = 0.24;
+    static constexpr double kArrowMove = 0.2;
+    static constexpr double kPickTolerance = 0.01;
+    RkTest::ViewerHarness harness;
+};
+
+TEST_F(DraggerDlgSceneTest, HostPoseFollowedAtAFrameRefreshesTheBoxes)
+{
+    EXPECT_EQ(box("spinBoxX")->value(), 0.0);
+    EXPECT_EQ(box("spinBoxH")->value(), 0.0);
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(osg::Matrixd::translate(0.125, 0.0, 0.0));
+    harness.frame();
+    EXPECT_EQ(box("spinBoxX")->value(), 0.125);
+    EXPECT_EQ(dialogPoses.count(), 1);
+}
+
+TEST_F(DraggerDlgSceneTest, LiveDragRefreshesTheBoxesAtEveryStep)
+{
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    const int steps = 4;
+    harness.dragFromTo(onXArrow(kArrowGrab), onXArrow(kArrowGrab + kArrowMove), steps);
+
+    const double draggedX = dragger->getMatrix().getTrans().x();
+    EXPECT_NEAR(draggedX, kArrowMove, kPickTolerance);
+    EXPECT_NEAR(box("spinBoxX")->value(), draggedX, 0.0005);
+    EXPECT_GE(dialogPoses.count(), steps);
+    ASSERT_FALSE(plugin.poseWrites.empty());
+    EXPECT_NEAR(plugin.poseWrites.back().getTrans().x(), draggedX, kFloatTolerance);
+    EXPECT_TRUE(commandText().isEmpty());
+}
+
+TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
+{
+    widget<QCheckBox>("valueOnReleaseCheckBox")->setChecked(true);
+    QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
+    const osg::Vec2d end = onXArrow(kArrowGrab + kArrowMove);
+    harness.press(onXArrow(kArrowGrab));
+    harness.drag(onXArrow(kArrowGrab + kArrowMove / 2.0));
+    harness.drag(end);
+
+    EXPECT_TRUE(plugin.poseWrites.empty());
+    EXPECT_TRUE(commandText().startsWith("  "));
+    EXPECT_NEAR(commandText().toDouble(), kArrowMove, kPickTolerance);
+
+    harness.release(end);
+    EXPECT_TRUE(commandText().isEmpty());
+    EXPECT_EQ(done.count(), 1);
+    ASSERT_FALSE(plugin.poseWrites.empty());
+    EXPECT_NEAR(plugin.poseWrites.back().getTrans().x(), kArrowMove, kPickTolerance);
+}
+
+TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick)
+{
+    const osg::Quat hostRotation(0.3, osg::Vec3d(0.0, 0.0, 1.0));
+    plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(osg::Matrixd::rotate(hostRotation));
+    harness.frame();
+    dialog->enableSystemAlignment();
+    dialog->show();
+    plugin.poseWrites.clear();
+
+    // Checked with "System" selected: aligned with the identity frame.
+    widget<QGroupBox>("groupBoxSystemAlignment")->setChecked(true);
+    auto* connectButton = widget<QPushButton>("pushButtonConnect");
+    EXPECT_FALSE(connectButton->isEnabled());
+    EXPECT_TRUE(dragger->isAlignedWithReferenceFrame());
+    harness.frame(); // the handles now show the system axes
+    EXPECT_TRUE(sameRotation(dragger->getMatrix().getRotate(), osg::Quat()));
+
+    QTest::mouseClick(widget<QRadioButton>("radioButtonCustom"), Qt::LeftButton);
+    EXPECT_TRUE(connectButton->isEnabled());
+    EXPECT_FALSE(dragger->receiverUpdate());
+    EXPECT_FALSE(dragger->receiverFollow());
+
+    // The user turns the Z ring, seen from above; the host's pose stays.
+    harness.lookAt(osg::Vec3d(1.0, -2.0, 3.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
+    harness.dragFromTo(harness.project(onZRing(-osg::PI_4)), harness.project(onZRing(0.0)));
+    harness.frame();
+    const osg::Quat turn = dragger->getMatrix().getRotate();
+    EXPECT_GT(turn.asVec4().z(), 0.1); // turned and kept after the release
+    EXPECT_TRUE(plugin.poseWrites.empty());
+
+    QTest::mouseClick(connectButton, Qt::LeftButton);
+    EXPECT_TRUE(sameRotation(dragger->referenceFrame(), turn));
+    EXPECT_TRUE(dragger->isAlignedWithReferenceFrame());
+    EXPECT_TRUE(dragger->receiverUpdate());
+    EXPECT_TRUE(dragger->receiverFollow());
+    harness.frame(); // aligned with the connected frame: nothing to follow
+    EXPECT_TRUE(sameRotation(dragger->getMatrix().getRotate(), turn));
+    dragger->setReceiverMatrix(); // an unturned dragger writes the host's own rotation
+    ASSERT_EQ(plugin.poseWrites.size(), 1u);
+    EXPECT_TRUE(sameRotation(plugin.poseWrites.back().getRotate(), hostRotation));
+
+    QTest::mouseClick(widget<QRadioButton>("radioButtonSystem"), Qt::LeftButton);
+    EXPECT_FALSE(connectButton->isEnabled());
+    EXPECT_TRUE(dragger->referenceFrame().asVec4() == osg::Quat().asVec4());
+    EXPECT_TRUE(dragger->receiverUpdate());
+    EXPECT_TRUE(dragger->receiverFollow());
+
+    widget<QGroupBox>("groupBoxSystemAlignment")->setChecked(false);
+    EXPECT_FALSE(dragger->isAlignedWithReferenceFrame());
+    EXPECT_TRUE(dragger->alignmentRotation().asVec4() == osg::Quat().asVec4());
+}
+
+// Grabs the dialog bound to a shown frame dragger, with the alignment panel.
+// With RKDRAGGER_DIALOG_PICTURE set to a file name, writes the picture there
+// (docs/dialog.png is made this way).
+TEST_F(DraggerDlgSceneTest, GrabsAPictureOfTheDialog)
+{
+    plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(RkRenderTypes::rk2osg(startPose));
+    harness.frame();
+    dialog->enableSystemAlignment();
+    widget<QGroupBox>("groupBoxSystemAlignment")->setChecked(true);
+    // Wide enough for every text of the alignment panel.
+    dialog->resize(dialog->sizeHint().expandedTo(dialog->size()));
+    dialog->show();
+    dialog->commandValueChanged(0.1234);
+    const QPixmap picture = dialog->grab();
+    EXPECT_EQ(picture.size(), dialog->size() * picture.devicePixelRatio());
+    const QString path = qEnvironmentVariable("RKDRAGGER_DIALOG_PICTURE");
+    if (!path.isEmpty()) {
+        EXPECT_TRUE(picture.save(path));
+    }
+}

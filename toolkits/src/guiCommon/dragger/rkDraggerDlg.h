@@ -100,11 +100,15 @@ public slots:
     /// switched on, "Connect" is enabled only while "Custom" is selected.
     void alignDragger(bool);
     /// Makes the dragger's current orientation its reference frame, aligns
-    /// with it and lets the dragger write its receiver again.
+    /// with it and lets the dragger write and follow its receiver again.
     void connectDragger();
-    /// "Custom" selected (true): the dragger stops writing its receiver so
-    /// that the user can turn it into the wanted frame. "System" selected
-    /// (false): aligns with the identity frame and resumes receiver writes.
+    /// "Custom" selected (true): the dragger stops writing its receiver and
+    /// stops following it at frame events (its receiver-update and
+    /// receiver-follow flags are cleared), so that the user can turn it into
+    /// the wanted frame without moving the host's pose and without the
+    /// dragger being put back. "System" selected (false): aligns with the
+    /// identity frame and sets both flags again (also a follow flag that the
+    /// host had cleared itself).
     void setupCustomFrame(bool);
 
 protected:
@@ -115,6 +119,7 @@ private:
     void connectDraggerSignals();
     void showPose();
     void setPoseBoxesEnabled(bool enabled);
+    void resumeReceiver();
 
     Ui_DraggerDlg* m_ui;
     Rk::Composite3DDragger* m_dragger;
