@@ -199,12 +199,9 @@ void DraggerDlg::setupCustomFrame(bool custom)
     if (!m_dragger)
         return;
     if (custom) {
-        // The user now turns the dragger into the wanted frame. The host's
-        // pose must not follow that turn, and the dragger must not be put
-        // back on the host's pose by the frame-time follow, which in a
-        // running viewer happens right after the release of the ring.
+        // The user now turns the dragger into the wanted frame; the host's
+        // pose must not follow that turn.
         m_dragger->m_receiverUpdate = false;
-        m_dragger->setReceiverFollow(false);
         m_dragger->setIsAlignedWithReferenceFrame(true);
     } else {
         m_dragger->setReferenceFrame(kSystemFrame);
@@ -225,7 +222,6 @@ void DraggerDlg::connectDragger()
 void DraggerDlg::resumeReceiver()
 {
     m_dragger->m_receiverUpdate = true;
-    m_dragger->setReceiverFollow(true);
 }
 
 void DraggerDlg::closeEvent(QCloseEvent* event)

@@ -100,15 +100,17 @@ public slots:
     /// switched on, "Connect" is enabled only while "Custom" is selected.
     void alignDragger(bool);
     /// Makes the dragger's current orientation its reference frame, aligns
-    /// with it and lets the dragger write and follow its receiver again.
+    /// with it and lets the dragger write its receiver again.
     void connectDragger();
-    /// "Custom" selected (true): the dragger stops writing its receiver and
-    /// stops following it at frame events (its receiver-update and
-    /// receiver-follow flags are cleared), so that the user can turn it into
-    /// the wanted frame without moving the host's pose and without the
-    /// dragger being put back. "System" selected (false): aligns with the
-    /// identity frame and sets both flags again (also a follow flag that the
-    /// host had cleared itself).
+    /// "Custom" selected (true): the dragger stops writing its receiver (its
+    /// receiver-update flag is cleared), so that the user can turn it into
+    /// the wanted frame without moving the host's pose. "System" selected
+    /// (false): aligns with the identity frame and sets the flag again.
+    /// The dialog never touches the dragger's receiver-follow flag: in a
+    /// running viewer the frame-time follow puts a turned dragger back on
+    /// the host's pose, so a host that offers "Custom" clears that flag
+    /// while "Custom" is selected and sets it again on "Connect" (the demo
+    /// does so).
     void setupCustomFrame(bool);
 
 protected:
