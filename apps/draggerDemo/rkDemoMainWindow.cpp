@@ -1,0 +1,113 @@
+#include "rkDemoMainWindow.h"
+
+#include "rkDraggerDlg.h"
+#include "rkFrameDragger.h"
+#include "rkJogPanel.h"
+#include "rkOsgViewWidget.h"
+
+#include <QAction>
+#include <QDockWidget>
+#include <QStatusBar>
+#include <QToolBar>
+#include <osgGA/TrackballManipulator>
+
+namespace {
+
+const osg::Vec3d kEye(1.9, -2.3, 1.5);
+const osg::Vec3d kLookAt(0.25, 0.0, 0.45);
+const osg::Vec4 kSky(0.16f, 0.18f, 0.22f, 1.0f);
+const int kStatusTimeoutMs = 3000;
+
+} // namespace
+
+RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent)
+    : QMainWindow(parent), m_view(new RkOsgViewWidget(this))
+{
+    setWindowTitle(tr("librkDragger demo"));
+    setCentralWidget(m_view);
+    m_jogPanel = std::make_unique<RkJogPanel>(m_plugin, jogPanelImage.toStdString());
+    buildScene();
+    buildDialogDock();
+    buildToolBar();
+    m_plugin.setPoseListener([this](const osg::Matrixd& pose) { m_arm.setEndEffectorPose(pose); });
+    resize(1100, 720);
+}
+
+RkDemoMainWindow::~RkDemoMainWindow()
+{
+    // The scene refers to the plug-in; let it go before the plug-in does.
+    m_plugin.setPoseListener(nullptr);
+    delete m_view;
+}
+
+void RkDemoMainWindow::buildScene()
+{
+    m_frameDragger = new Rk::FrameDragger(&m_plugin, true);
+    m_frameDragger->setupDefaultGeometry();
+    m_frameDragger->showDraggers(true);
+
+    osg::ref_ptr<osg::Group> root = new osg::Group;
+    root->addChild(m_arm.node());
+    root->addChild(m_frameDragger.get());
+    root->addChild(m_jogPanel->overlay());
+    osgViewer::Viewer* viewer = m_view->viewer();
+    viewer->setSceneData(root.get());
+    viewer->getCamera()->setClearColor(kSky);
+    viewer->getCameraManipulator()->setHomePosition(kEye, kLookAt, osg::Vec3d(0, 0, 1));
+    viewer->home();
+    connect(m_view, &RkOsgViewWidget::resized, this,
+            [this](int width, int height) { m_jogPanel->resize(width, height); });
+}
+
+void RkDemoMainWindow::buildDialogDock()
+{
+    auto* dock = new QDockWidget(tr("Pose"), this);
+    dock->setObjectName("poseDock");
+    dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+    m_dialog = new Rk::DraggerDlg(m_frameDragger.get(), dock);
+    m_dialog->enableSystemAlignment();
+    m_dialog->showDragger(true);
+    dock->setWidget(m_dialog);
+    addDockWidget(Qt::RightDockWidgetArea, dock);
+    connect(m_dialog, &Rk::DraggerDlg::signalPoseChanged, this,
+            &RkDemoMainWindow::applyDialogPose);
+    connect(m_dialog, &Rk::DraggerDlg::signalScaleChanged, this, &RkDemoMainWindow::reportScale);
+    connect(m_dialog, &Rk::DraggerDlg::signalShowDragger, this,
+            &RkDemoMainWindow::reportVisibility);
+}
+
+void RkDemoMainWindow::buildToolBar()
+{
+    QToolBar* tools = addToolBar(tr("Arm"));
+    tools->setObjectName("armToolBar");
+    m_homeAction = tools->addAction(tr("Home"), this, &RkDemoMainWindow::goHome);
+    m_homeAction->setObjectName("homeAction");
+    m_homeAction->setToolTip(tr("Move the end effector back to its home pose"));
+    statusBar()->showMessage(
+        tr("Drag an arrow or ring to move the tool; hold a jog button to step it"));
+}
+
+void RkDemoMainWindow::goHome()
+{
+    m_plugin.setEndEffectorPose(RkDemoPlugin::homePose());
+}
+
+void RkDemoMainWindow::applyDialogPose()
+{
+    // The dialog has already moved the dragger to the typed pose; the dragger
+    // writes it to the plug-in with its own alignment and update rules. Its
+    // echoes of the dragger's own moves write the same pose again, and none
+    // is written in the middle of a drag, which may be a deferred one.
+    if (!m_frameDragger->getDraggerActive())
+        m_frameDragger->setReceiverMatrix();
+}
+
+void RkDemoMainWindow::reportScale(double scale)
+{
+    statusBar()->showMessage(tr("Gizmo scale %1").arg(scale, 0, 'f', 3), kStatusTimeoutMs);
+}
+
+void RkDemoMainWindow::reportVisibility(bool shown)
+{
+    statusBar()->showMessage(shown ? tr("Gizmo shown") : tr("Gizmo hidden"), kStatusTimeoutMs);
+}

@@ -1,0 +1,83 @@
+#include "rkJogPanel.h"
+
+#include "rkDemoPlugin.h"
+#include "rkImageDragger.h"
+#include "rkJogPanelLayout.h"
+
+#include <set>
+
+namespace {
+
+using namespace RkJogPanelLayout;
+
+// Display grid D: one cell per picture column, so that every cell of a
+// button's rows is claimed by one of its pixels.
+const double kCells = IMAGE_WIDTH;
+// Reference widget: 2 pixels high maps the picture's height onto D rows;
+// this width keeps the column term under 0.01 of a cell.
+const int kReferenceWidth = 65536;
+const int kReferenceHeight = 2;
+// Offsets that put cell (0, 0) at the picture's top left corner.
+const double kOffsetX = -1.0;
+const double kOffsetY = kReferenceHeight - kCells;
+
+std::set<unsigned int> buttonPixels(int index)
+{
+    std::set<unsigned int> pixels;
+    for (int row = firstRow(index); row < firstRow(index) + BUTTON_HEIGHT; ++row)
+        for (int column = 0; column < IMAGE_WIDTH; ++column)
+            pixels.insert(unsigned(row * IMAGE_WIDTH + column));
+    return pixels;
+}
+
+} // namespace
+
+RkJogPanel::RkJogPanel(RkDemoPlugin& plugin, const std::string& imageFile)
+    : m_overlay(new osg::Camera), m_placement(new osg::MatrixTransform)
+{
+    m_referenceWidget.resize(kReferenceWidth, kReferenceHeight);
+    m_overlay->setReferenceFrame(osg::Transform::ABSOLUTE_RF);
+    m_overlay->setViewMatrix(osg::Matrixd::identity());
+    m_overlay->setClearMask(GL_DEPTH_BUFFER_BIT);
+    m_overlay->setRenderOrder(osg::Camera::POST_RENDER);
+    m_overlay->setAllowEventFocus(false);
+    m_overlay->getOrCreateStateSet()->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
+    m_overlay->getOrCreateStateSet()->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
+
+    m_dragger = new RkImageDragger(&m_referenceWidget, imageFile, kOffsetX, kOffsetY, kCells);
+    m_dragger->setupDefaultGeometry();
+    m_dragger->setHandleEvents(true);
+    m_placement->setMatrix(osg::Matrixd::scale(IMAGE_WIDTH, IMAGE_HEIGHT, 1.0) *
+                           osg::Matrixd::translate(MARGIN, MARGIN, 0.0));
+    m_placement->addChild(m_dragger.get());
+    m_overlay->addChild(m_placement.get());
+    addButtons(plugin);
+    resize(800, 600);
+}
+
+RkJogPanel::~RkJogPanel() = default;
+
+bool RkJogPanel::hasImage() const
+{
+    return m_dragger->getStateSet() != nullptr;
+}
+
+void RkJogPanel::addButtons(RkDemoPlugin& plugin)
+{
+    for (int i = 0; i < BUTTON_COUNT; ++i) {
+        osg::Vec3d step;
+        step[BUTTONS[i].axis] = STEP * BUTTONS[i].direction;
+        m_dragger->addRegion(buttonPixels(i), [&plugin, step] { plugin.jog(step); });
+    }
+}
+
+void RkJogPanel::resize(int width, int height)
+{
+    m_overlay->setProjectionMatrixAsOrtho2D(0.0, width, 0.0, height);
+}
+
+QPointF RkJogPanel::buttonCentre(int index, int viewHeight) const
+{
+    const double fromTop = firstRow(index) + BUTTON_HEIGHT / 2.0;
+    return QPointF(MARGIN + IMAGE_WIDTH / 2.0, viewHeight - (MARGIN + IMAGE_HEIGHT - fromTop));
+}

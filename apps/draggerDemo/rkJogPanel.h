@@ -1,0 +1,54 @@
+#ifndef RK_JOG_PANEL_H
+#define RK_JOG_PANEL_H
+
+#include <QWidget>
+#include <osg/Camera>
+#include <osg/MatrixTransform>
+#include <osg/ref_ptr>
+
+#include <string>
+
+class RkDemoPlugin;
+class RkImageDragger;
+
+/// The jog panel: the six-button picture on an image dragger in a screen-
+/// space overlay at the lower left of the view. Holding a button moves the
+/// end effector through the plug-in, one step per repeat of the dragger's
+/// timer; the frame dragger and the dialog follow the plug-in by themselves.
+///
+/// The image dragger turns the pointer into a cell of its display grid with
+/// the size of a reference widget. The panel hands it a widget of 2 pixels'
+/// height, so that the rows come out in cells of the picture, and of a
+/// large width, so that the column term stays below one cell: each button
+/// is one full-width band of rows.
+class RkJogPanel
+{
+public:
+    /// Metres per timer repeat (the dragger repeats every 40 ms).
+    static constexpr double STEP = 0.005;
+    /// Distance of the panel from the view's lower left corner, in pixels.
+    static constexpr int MARGIN = 12;
+
+    RkJogPanel(RkDemoPlugin& plugin, const std::string& imageFile);
+    ~RkJogPanel();
+
+    /// The overlay camera to add to the scene.
+    osg::Camera* overlay() const { return m_overlay.get(); }
+    RkImageDragger* dragger() const { return m_dragger.get(); }
+    bool hasImage() const;
+    /// Keeps the overlay in pixel units of a view of `width` x `height`.
+    void resize(int width, int height);
+    /// Centre of button `index` in view pixels, y down, for a view of
+    /// height `viewHeight`.
+    QPointF buttonCentre(int index, int viewHeight) const;
+
+private:
+    void addButtons(RkDemoPlugin& plugin);
+
+    QWidget m_referenceWidget;
+    osg::ref_ptr<osg::Camera> m_overlay;
+    osg::ref_ptr<osg::MatrixTransform> m_placement;
+    osg::ref_ptr<RkImageDragger> m_dragger;
+};
+
+#endif

@@ -1,0 +1,142 @@
+#include "rkOsgViewWidget.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QWheelEvent>
+#include <osgGA/TrackballManipulator>
+
+namespace {
+
+// About 60 repaints a second: the frame events also drive the draggers'
+// follow of poses that the host changed elsewhere.
+const int kFrameIntervalMs = 16;
+
+int osgButton(Qt::MouseButton button)
+{
+    switch (button) {
+    case Qt::LeftButton:
+        return osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON;
+    case Qt::MiddleButton:
+        return osgGA::GUIEventAdapter::MIDDLE_MOUSE_BUTTON;
+    case Qt::RightButton:
+        return osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON;
+    default:
+        return 0;
+    }
+}
+
+int osgKey(const QKeyEvent* event)
+{
+    const QString text = event->text();
+    if (text.size() == 1 && text.at(0).unicode() < 128)
+        return text.at(0).toLatin1();
+    switch (event->key()) {
+    case Qt::Key_Escape:
+        return osgGA::GUIEventAdapter::KEY_Escape;
+    case Qt::Key_Space:
+        return osgGA::GUIEventAdapter::KEY_Space;
+    default:
+        return event->key();
+    }
+}
+
+} // namespace
+
+RkOsgViewWidget::RkOsgViewWidget(QWidget* parent)
+    : QOpenGLWidget(parent), m_viewer(new osgViewer::Viewer)
+{
+    m_window = m_viewer->setUpViewerAsEmbeddedInWindow(0, 0, width(), height());
+    m_viewer->setThreadingModel(osgViewer::Viewer::SingleThreaded);
+    m_viewer->setKeyEventSetsDone(0);
+    osg::ref_ptr<osgGA::TrackballManipulator> manipulator = new osgGA::TrackballManipulator;
+    manipulator->setIgnoreHandledEventsMask(osgGA::GUIEventAdapter::PUSH |
+                                            osgGA::GUIEventAdapter::DRAG |
+                                            osgGA::GUIEventAdapter::RELEASE);
+    m_viewer->setCameraManipulator(manipulator.get(), false);
+    setFocusPolicy(Qt::StrongFocus);
+    setMouseTracking(true);
+    connect(&m_frameTimer, &QTimer::timeout, this, QOverload<>::of(&QWidget::update));
+    m_frameTimer.start(kFrameIntervalMs);
+}
+
+RkOsgViewWidget::~RkOsgViewWidget()
+{
+    makeCurrent();
+    m_viewer = nullptr;
+    doneCurrent();
+}
+
+QPointF RkOsgViewWidget::project(const osg::Vec3d& world) const
+{
+    const osg::Camera* camera = m_viewer->getCamera();
+    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
+                                  camera->getViewport()->computeWindowMatrix();
+    const osg::Vec3d window = world * toWindow;
+    return QPointF(window.x() / pixelRatio(), height() - window.y() / pixelRatio());
+}
+
+void RkOsgViewWidget::initializeGL()
+{
+    m_viewer->realize();
+}
+
+void RkOsgViewWidget::resizeGL(int width, int height)
+{
+    const int w = int(width * pixelRatio());
+    const int h = int(height * pixelRatio());
+    queue()->windowResize(0, 0, w, h);
+    m_window->resized(0, 0, w, h);
+    m_viewer->getCamera()->setViewport(0, 0, w, h);
+    m_viewer->getCamera()->setProjectionMatrixAsPerspective(30.0, double(w) / double(h), 0.05,
+                                                            100.0);
+    emit resized(w, h);
+}
+
+void RkOsgViewWidget::paintGL()
+{
+    // Qt renders this widget into its own framebuffer object, not into 0.
+    m_window->getState()->setDefaultFboId(defaultFramebufferObject());
+    m_viewer->frame();
+}
+
+void RkOsgViewWidget::mousePressEvent(QMouseEvent* event)
+{
+    const QPointF at = event->position() * pixelRatio();
+    queue()->mouseButtonPress(at.x(), at.y(), osgButton(event->button()));
+}
+
+void RkOsgViewWidget::mouseReleaseEvent(QMouseEvent* event)
+{
+    const QPointF at = event->position() * pixelRatio();
+    queue()->mouseButtonRelease(at.x(), at.y(), osgButton(event->button()));
+}
+
+void RkOsgViewWidget::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    const QPointF at = event->position() * pixelRatio();
+    queue()->mouseDoubleButtonPress(at.x(), at.y(), osgButton(event->button()));
+}
+
+void RkOsgViewWidget::mouseMoveEvent(QMouseEvent* event)
+{
+    const QPointF at = event->position() * pixelRatio();
+    queue()->mouseMotion(at.x(), at.y());
+}
+
+void RkOsgViewWidget::wheelEvent(QWheelEvent* event)
+{
+    const int delta = event->angleDelta().y();
+    if (delta != 0)
+        queue()->mouseScroll(delta > 0 ? osgGA::GUIEventAdapter::SCROLL_UP
+                                       : osgGA::GUIEventAdapter::SCROLL_DOWN);
+}
+
+void RkOsgViewWidget::keyPressEvent(QKeyEvent* event)
+{
+    queue()->keyPress(osgKey(event));
+}
+
+void RkOsgViewWidget::keyReleaseEvent(QKeyEvent* event)
+{
+    queue()->keyRelease(osgKey(event));
+}

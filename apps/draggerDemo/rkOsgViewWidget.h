@@ -1,0 +1,54 @@
+#ifndef RK_OSG_VIEW_WIDGET_H
+#define RK_OSG_VIEW_WIDGET_H
+
+#include <QOpenGLWidget>
+#include <QTimer>
+#include <osg/ref_ptr>
+#include <osgViewer/Viewer>
+
+/// A Qt OpenGL widget that drives an osgViewer::Viewer through an embedded
+/// graphics window: Qt's mouse, wheel and key events go into the window's
+/// own event queue (pixels, y down from the top edge) and every repaint runs
+/// one viewer frame into the widget's framebuffer.
+///
+/// The camera manipulator ignores presses, drags and releases that the scene
+/// already handled, so grabbing a dragger never also turns the camera.
+class RkOsgViewWidget : public QOpenGLWidget
+{
+    Q_OBJECT
+
+public:
+    explicit RkOsgViewWidget(QWidget* parent = nullptr);
+    ~RkOsgViewWidget() override;
+
+    osgViewer::Viewer* viewer() const { return m_viewer.get(); }
+    /// The window point (y down, widget pixels) where `world` is seen.
+    QPointF project(const osg::Vec3d& world) const;
+
+signals:
+    /// The view's new size in device pixels.
+    void resized(int width, int height);
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int width, int height) override;
+    void paintGL() override;
+
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+
+private:
+    osgGA::EventQueue* queue() const { return m_window->getEventQueue(); }
+    double pixelRatio() const { return devicePixelRatioF(); }
+
+    osg::ref_ptr<osgViewer::Viewer> m_viewer;
+    osg::ref_ptr<osgViewer::GraphicsWindowEmbedded> m_window;
+    QTimer m_frameTimer;
+};
+
+#endif

@@ -1,0 +1,534 @@
+// The pose dialog bound to a real frame dragger for a host plug-in.
+#include "rkDraggerDlg.h"
+
+#include "rkFrameDragger.h"
+#include "rkPlugin.h"
+#include "rkRenderTypes.h"
+#include "rkViewerHarness.h"
+
+#include <QCheckBox>
+#include <QDoubleSpinBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QPixmap>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace {
+
+// Single-precision products in the dragger's pose path.
+const double kFloatTolerance = 1e-5;
+// Node mask of a shown dragger (a copy: gtest takes its arguments by reference).
+const osg::Node::NodeMask kShownMask = Rk::Composite3DDragger::DRAGGER_MASK;
+
+// Same rotation up to single-precision rounding (q and -q are the same turn).
+bool sameRotation(const osg::Quat& a, const osg::Quat& b)
+{
+    const double closeness = std::abs(a.asVec4() * b.asVec4());
+    return closeness > 1.0 - kFloatTolerance;
+}
+
+RkCoordinateSystemTransformation makePose(double x, double y, double z, double yaw, double pitch,
+                                          double roll)
+{
+    RkOrientation orientation;
+    orientation.setFrom321Euler(yaw, pitch, roll);
+    return RkCoordinateSystemTransformation(RkVector(x, y, z), orientation);
+}
+
+// A GUI plug-in that records every write of its end-effector pose.
+class RecordingPlugin : public Rk::PluginGUI
+{
+public:
+    std::vector<osg::Matrixd> poseWrites;
+
+protected:
+    bool writeMatrixParam(unsigned int id, unsigned int i, unsigned int j,
+                          const osg::Matrixd& value) override
+    {
+        if (id == Rk::PARAM_END_EFFECTOR_POSE)
+            poseWrites.push_back(value);
+        return Rk::PluginGUI::writeMatrixParam(id, i, j, value);
+    }
+};
+
+class DraggerDlgTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(RkRenderTypes::rk2osg(startPose));
+        plugin.poseWrites.clear();
+        dragger = new Rk::FrameDragger(&plugin, false);
+        dragger->setupDefaultGeometry();
+        dialog = std::make_unique<Rk::DraggerDlg>(dragger.get());
+    }
+
+    template <typename T> T* widget(const char* name) const
+    {
+        T* found = dialog->findChild<T*>(name);
+        EXPECT_NE(found, nullptr) << name;
+        return found;
+    }
+    QDoubleSpinBox* box(const char* name) const { return widget<QDoubleSpinBox>(name); }
+    QString commandText() const { return widget<QLabel>("commandValueLabel")->text(); }
+
+    // What a user does: select the box's text, type, press Return.
+    void typeInto(const char* name, const QString& text)
+    {
+        QDoubleSpinBox* target = box(name);
+        target->setLocale(QLocale::c());
+        target->selectAll();
+        QTest::keyClicks(target, text);
+        QTest::keyClick(target, Qt::Key_Return);
+    }
+
+    const RkCoordinateSystemTransformation startPose = makePose(1.0, 2.0, 3.0, 0.5, 0.2, -0.1);
+    RecordingPlugin plugin;
+    osg::ref_ptr<Rk::FrameDragger> dragger;
+    std::unique_ptr<Rk::DraggerDlg> dialog;
+};
+
+TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBound)
+{
+    EXPECT_EQ(box("spinBoxX")->value(), 1.0);
+    EXPECT_EQ(box("spinBoxY")->value(), 2.0);
+    EXPECT_EQ(box("spinBoxZ")->value(), 3.0);
+    EXPECT_EQ(box("spinBoxH")->value(), 0.5);
+    EXPECT_EQ(box("spinBoxP")->value(), 0.2);
+    EXPECT_EQ(box("spinBoxR")->value(), -0.1);
+    EXPECT_EQ(box("spinBoxScale")->text(), "0.300");
+    EXPECT_TRUE(dialog->pose().approxEq(startPose, kFloatTolerance));
+    EXPECT_TRUE(plugin.poseWrites.empty());
+    EXPECT_FALSE(widget<QGroupBox>("groupBoxSystemAlignment")->isVisibleTo(dialog.get()));
+    EXPECT_FALSE(dialog->draggerShown());
+}
+
+TEST_F(DraggerDlgTest, OneFinishedEditSendsTheWholePoseOnceAndReachesTheHost)
+{
+    // The host applies typed poses itself, as the dragger only writes the
+    // pose it had before the edit.
+    QObject::connect(dialog.get(), &Rk::DraggerDlg::signalPoseChanged,
+                     [this](const RkCoordinateSystemTransformation& pose) {
+                         plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(RkRenderTypes::rk2osg(pose));
+                     });
+    dialog->showDragger(true);
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    QSignalSpy draggerPoses(dragger.get(), SIGNAL(signalPoseChanged()));
+
+    typeInto("spinBoxX", "0.5");
+
+    const RkCoordinateSystemTransformation typed = makePose(0.5, 2.0, 3.0, 0.5, 0.2, -0.1);
+    ASSERT_EQ(dialogPoses.count(), 1);
+    EXPECT_TRUE(dialogPoses.at(0).at(0).value<RkCoordinateSystemTransformation>().approxEq(
+        typed, kFloatTolerance));
+    EXPECT_EQ(draggerPoses.count(), 1);
+    ASSERT_EQ(plugin.poseWrites.size(), 2u);
+    EXPECT_TRUE(plugin.poseWrites.front().getTrans() == osg::Vec3d(1.0, 2.0, 3.0));
+    RkCoordinateSystemTransformation written;
+    RkRenderTypes::osg2rk(plugin.poseWrites.back(), written);
+    EXPECT_TRUE(written.approxEq(typed, kFloatTolerance));
+    EXPECT_NEAR((dragger->getMatrix().getTrans() - osg::Vec3d(0.5, 2.0, 3.0)).length(), 0.0,
+                kFloatTolerance);
+}
+
+TEST_F(DraggerDlgTest, FinishingAnEditWithoutAChangeStillSendsThePose)
+{
+    dialog->showDragger(true);
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    QSignalSpy draggerPoses(dragger.get(), SIGNAL(signalPoseChanged()));
+    QTest::keyClick(box("spinBoxR"), Qt::Key_Return);
+    EXPECT_EQ(dialogPoses.count(), 1);
+    EXPECT_EQ(draggerPoses.count(), 1);
+}
+
+TEST_F(DraggerDlgTest, OutOfRangePoseIsShownClampedAndSentClamped)
+{
+    dialog->showDragger(true);
+    dragger->setPose(makePose(1500.0, 0.0, 0.0, 0.0, 0.0, 0.0));
+    EXPECT_EQ(box("spinBoxX")->value(), 1000.0);
+    EXPECT_EQ(dialog->pose().translation().x(), 1500.0);
+
+    QTest::keyClick(box("spinBoxY"), Qt::Key_Return);
+    EXPECT_EQ(dialog->pose().translation().x(), 1000.0);
+    EXPECT_NEAR(dragger->getMatrix().getTrans().x(), 1000.0, kFloatTolerance);
+}
+
+TEST_F(DraggerDlgTest, DraggerPoseSignalRefreshesTheBoxes)
+{
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    dragger->setPose(makePose(-4.25, 0.5, 7.0, -0.3, 0.1, 0.7));
+    EXPECT_EQ(box("spinBoxX")->value(), -4.25);
+    EXPECT_EQ(box("spinBoxZ")->value(), 7.0);
+    EXPECT_EQ(box("spinBoxH")->value(), -0.3);
+    EXPECT_EQ(box("spinBoxR")->value(), 0.7);
+    EXPECT_EQ(dialogPoses.count(), 1);
+    EXPECT_TRUE(plugin.poseWrites.empty());
+}
+
+TEST_F(DraggerDlgTest, DraggerScaleIsRoundedToTheBoxAndSentBackExactlyOnce)
+{
+    QSignalSpy dialogScales(dialog.get(), &Rk::DraggerDlg::signalScaleChanged);
+    QSignalSpy draggerScales(dragger.get(), SIGNAL(signalScaleChanged()));
+
+    dragger->setScale(0.12345);
+    ASSERT_EQ(dialogScales.count(), 1);
+    EXPECT_EQ(dialogScales.at(0).at(0).toDouble(), 0.123);
+    EXPECT_EQ(dragger->scale(), 0.123);
+    EXPECT_EQ(draggerScales.count(), 1); // only the dragger's own announcement
+
+    // The box already shows 0.123: nothing goes back.
+    dragger->setScale(0.12345);
+    EXPECT_EQ(dialogScales.count(), 1);
+    EXPECT_EQ(dragger->scale(), 0.12345);
+    EXPECT_EQ(dialog->scale(), 0.12345);
+}
+
+TEST_F(DraggerDlgTest, TypedScaleReachesTheDraggerAndItsHandlesSilently)
+{
+    dialog->showDragger(true);
+    QSignalSpy dialogScales(dialog.get(), &Rk::DraggerDlg::signalScaleChanged);
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    QSignalSpy draggerScales(dragger.get(), SIGNAL(signalScaleChanged()));
+
+    QTest::keyClick(box("spinBoxScale"), Qt::Key_Up); // one step of 0.01
+
+    const double stepped = 0.31;
+    EXPECT_DOUBLE_EQ(dragger->scale(), stepped);
+    for (unsigned int i = 0; i < dragger->getNumDraggers(); ++i)
+        EXPECT_NEAR(dragger->getDragger(i)->getMatrix()(0, 0), stepped, 1e-12);
+    EXPECT_EQ(draggerScales.count(), 0);
+    ASSERT_EQ(dialogScales.count(), 1);
+    EXPECT_EQ(dialogScales.at(0).at(0).toDouble(), dragger->scale());
+    EXPECT_EQ(dialogPoses.count(), 0);
+}
+
+TEST_F(DraggerDlgTest, CommandValueLabelShowsThreeDigitsInAFieldOfFive)
+{
+    QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
+    dialog->commandValueChanged(1.0);
+    EXPECT_EQ(commandText(), "      1");
+    dialog->commandValueChanged(0.1234);
+    EXPECT_EQ(commandText(), "  0.123");
+    dialog->commandValueChanged(12.345);
+    EXPECT_EQ(commandText(), "   12.3");
+    dialog->commandValueChanged(-1.5708);
+    EXPECT_EQ(commandText(), "  -1.57");
+    dialog->commandValueDone();
+    EXPECT_TRUE(commandText().isEmpty());
+    EXPECT_EQ(done.count(), 1);
+}
+
+TEST_F(DraggerDlgTest, UpdateOnReleaseBoxFollowsAndSetsTheDraggersFlag)
+{
+    EXPECT_FALSE(widget<QCheckBox>("valueOnReleaseCheckBox")->isChecked());
+    widget<QCheckBox>("valueOnReleaseCheckBox")->setChecked(true);
+    EXPECT_TRUE(dragger->valueOnRelease());
+
+    RecordingPlugin otherPlugin;
+    osg::ref_ptr<Rk::FrameDragger> deferred = new Rk::FrameDragger(&otherPlugin, false);
+    deferred->setValueOnRelease(true);
+    Rk::DraggerDlg other(deferred.get());
+    EXPECT_TRUE(other.findChild<QCheckBox*>("valueOnReleaseCheckBox")->isChecked());
+}
+
+TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxes)
+{
+    QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
+    widget<QGroupBox>("groupBoxDragger")->setChecked(true);
+    EXPECT_EQ(dragger->getNodeMask(), kShownMask);
+    EXPECT_EQ(dragger->getDragger(0)->getNodeMask(), kShownMask);
+    EXPECT_TRUE(box("spinBoxX")->isEnabled());
+    EXPECT_TRUE(box("spinBoxH")->isEnabled());
+    EXPECT_TRUE(widget<QCheckBox>("valueOnReleaseCheckBox")->isEnabled());
+    EXPECT_TRUE(dialog->draggerShown());
+
+    widget<QGroupBox>("groupBoxDragger")->setChecked(false);
+    EXPECT_EQ(dragger->getNodeMask(), 0u);
+    EXPECT_EQ(dragger->getDragger(1)->getNodeMask(), 0u);
+    EXPECT_FALSE(box("spinBoxX")->isEnabled());
+    ASSERT_EQ(shows.count(), 2);
+    EXPECT_TRUE(shows.at(0).at(0).toBool());
+    EXPECT_FALSE(shows.at(1).at(0).toBool());
+}
+
+TEST_F(DraggerDlgTest, DisabledDraggingShowsTheDraggerButKeepsTheBoxesDisabled)
+{
+    dragger->setDraggingEnabled(false);
+    QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
+    dialog->showDragger(true);
+    EXPECT_EQ(dragger->getNodeMask(), kShownMask);
+    EXPECT_TRUE(dialog->draggerShown());
+    EXPECT_FALSE(box("spinBoxX")->isEnabled());
+    EXPECT_FALSE(box("spinBoxR")->isEnabled());
+    EXPECT_FALSE(widget<QCheckBox>("valueOnReleaseCheckBox")->isEnabled());
+    EXPECT_TRUE(box("spinBoxScale")->isEnabled());
+    // Called from code, the group's own toggle announces the change as well.
+    EXPECT_EQ(shows.count(), 2);
+
+    dragger->setDraggingEnabled(true);
+    EXPECT_TRUE(box("spinBoxX")->isEnabled());
+    EXPECT_TRUE(widget<QCheckBox>("valueOnReleaseCheckBox")->isEnabled());
+    EXPECT_EQ(shows.count(), 3);
+}
+
+TEST_F(DraggerDlgTest, BindingTheSameDraggerTwiceConnectsItTwice)
+{
+    dialog->setDragger(dragger.get());
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
+    dragger->setPose(startPose);
+    dragger->setDraggingEnabled(false);
+    EXPECT_EQ(dialogPoses.count(), 2);
+    EXPECT_EQ(shows.count(), 2);
+}
+
+TEST_F(DraggerDlgTest, DraggerReplacedByNullIsNoLongerTouched)
+{
+    dialog->setDragger(nullptr);
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+
+    dialog->showDragger(true);
+    box("spinBoxScale")->setValue(2.0);
+    dialog->enableSystemAlignment();
+    dialog->connectDragger();
+    dialog->setupCustomFrame(true);
+    dialog->alignDragger(true);
+    QTest::keyClick(box("spinBoxX"), Qt::Key_Return);
+    EXPECT_EQ(dragger->getNodeMask(), 0u);
+    EXPECT_EQ(dragger->scale(), Rk::Composite3DDragger::DEFAULT_SCALE);
+    EXPECT_TRUE(dragger->receiverUpdate());
+    EXPECT_TRUE(dragger->receiverFollow());
+    EXPECT_FALSE(dragger->isAlignedWithReferenceFrame());
+    EXPECT_TRUE(plugin.poseWrites.empty());
+
+    // The old dragger stays connected: its signal refreshes the dialog from
+    // the dialog's own pose, not from the dragger's.
+    dialogPoses.clear();
+    dragger->setPose(makePose(5.0, 5.0, 5.0, 0.0, 0.0, 0.0));
+    EXPECT_EQ(dialogPoses.count(), 1);
+    EXPECT_EQ(box("spinBoxX")->value(), 1.0);
+}
+
+TEST(DraggerDlgWithoutDragger, ShowsDefaultsAndStillAnnouncesItsOwnValues)
+{
+    Rk::DraggerDlg dialog(nullptr);
+    auto* x = dialog.findChild<QDoubleSpinBox*>("spinBoxX");
+    EXPECT_EQ(x->value(), 0.0);
+    EXPECT_EQ(dialog.findChild<QDoubleSpinBox*>("spinBoxScale")->value(), 1.0);
+
+    QSignalSpy scales(&dialog, &Rk::DraggerDlg::signalScaleChanged);
+    QSignalSpy shows(&dialog, &Rk::DraggerDlg::signalShowDragger);
+    QSignalSpy poses(&dialog, &Rk::DraggerDlg::signalPoseChanged);
+    dialog.scaleChanged(2.0);
+    dialog.showDragger(true);
+    dialog.poseChanged();
+    EXPECT_EQ(dialog.scale(), 2.0);
+    ASSERT_EQ(scales.count(), 1);
+    EXPECT_EQ(scales.at(0).at(0).toDouble(), 2.0);
+    ASSERT_EQ(shows.count(), 1);
+    EXPECT_TRUE(shows.at(0).at(0).toBool());
+    EXPECT_FALSE(dialog.draggerShown());
+    EXPECT_FALSE(x->isEnabled());
+    EXPECT_EQ(poses.count(), 1);
+
+    dialog.updateDraggingEnabled();
+    dialog.alignDragger(true);
+    dialog.setupCustomFrame(true);
+    dialog.setupCustomFrame(false);
+    dialog.connectDragger();
+    dialog.updateDraggerPose();
+    dialog.poseChangedFromDragger();
+    EXPECT_FALSE(dialog.signalsBlocked());
+}
+
+TEST_F(DraggerDlgTest, ClosingAnnouncesItself)
+{
+    QSignalSpy closes(dialog.get(), &Rk::DraggerDlg::signalClose);
+    dialog->show();
+    EXPECT_TRUE(dialog->close());
+    EXPECT_EQ(closes.count(), 1);
+}
+
+TEST(DraggerDlgMetaObject, ListsSignalsThenSlotsInTheirPublishedOrder)
+{
+    const QMetaObject& meta = Rk::DraggerDlg::staticMetaObject;
+    const std::vector<const char*> methods = {"signalClose()",
+                                              "signalCommandValueDone()",
+                                              "signalPoseChanged(RkCoordinateSystemTransformation)",
+                                              "signalScaleChanged(double)",
+                                              "signalShowDragger(bool)",
+                                              "poseChanged()",
+                                              "poseChangedFromDragger()",
+                                              "scaleChanged(double)",
+                                              "commandValueChanged(double)",
+                                              "commandValueDone()",
+                                              "showDragger(bool)",
+                                              "updateDraggingEnabled()",
+                                              "alignDragger(bool)",
+                                              "connectDragger()",
+                                              "setupCustomFrame(bool)"};
+    EXPECT_STREQ(meta.className(), "Rk::DraggerDlg");
+    ASSERT_EQ(meta.methodCount() - meta.methodOffset(), int(methods.size()));
+    for (size_t i = 0; i < methods.size(); ++i)
+        EXPECT_EQ(meta.method(meta.methodOffset() + int(i)).methodSignature(), methods[i]);
+}
+
+} // namespace
+
+// The dialog beside a viewer whose event traversal drives the frame dragger.
+class DraggerDlgSceneTest : public DraggerDlgTest
+{
+protected:
+    void SetUp() override
+    {
+        DraggerDlgTest::SetUp();
+        harness.root()->addChild(dragger.get());
+        dialog->showDragger(true);
+        // The host moves its pose to the origin; the next frame follows it.
+        plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(osg::Matrixd::identity());
+        harness.frame();
+        plugin.poseWrites.clear();
+    }
+
+    osg::Vec2d onXArrow(double x) const { return harness.project(osg::Vec3d(x, 0.0, 0.0)); }
+    // A point of the Z ring (radius 0.5 at scale 0.3) of an unturned dragger.
+    static osg::Vec3d onZRing(double angle)
+    {
+        const double radius = 0.15;
+        return osg::Vec3d(radius * std::cos(angle), radius * std::sin(angle), 0.0);
+    }
+
+    // Beyond the rings (radius 0.15 at scale 0.3), before the cone.
+    static constexpr double kArrowGrab = 0.24;
+    static constexpr double kArrowMove = 0.2;
+    static constexpr double kPickTolerance = 0.01;
+    RkTest::ViewerHarness harness;
+};
+
+TEST_F(DraggerDlgSceneTest, HostPoseFollowedAtAFrameRefreshesTheBoxes)
+{
+    EXPECT_EQ(box("spinBoxX")->value(), 0.0);
+    EXPECT_EQ(box("spinBoxH")->value(), 0.0);
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(osg::Matrixd::translate(0.125, 0.0, 0.0));
+    harness.frame();
+    EXPECT_EQ(box("spinBoxX")->value(), 0.125);
+    EXPECT_EQ(dialogPoses.count(), 1);
+}
+
+TEST_F(DraggerDlgSceneTest, LiveDragRefreshesTheBoxesAtEveryStep)
+{
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    const int steps = 4;
+    harness.dragFromTo(onXArrow(kArrowGrab), onXArrow(kArrowGrab + kArrowMove), steps);
+
+    const double draggedX = dragger->getMatrix().getTrans().x();
+    EXPECT_NEAR(draggedX, kArrowMove, kPickTolerance);
+    EXPECT_NEAR(box("spinBoxX")->value(), draggedX, 0.0005);
+    EXPECT_GE(dialogPoses.count(), steps);
+    ASSERT_FALSE(plugin.poseWrites.empty());
+    EXPECT_NEAR(plugin.poseWrites.back().getTrans().x(), draggedX, kFloatTolerance);
+    EXPECT_TRUE(commandText().isEmpty());
+}
+
+TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
+{
+    widget<QCheckBox>("valueOnReleaseCheckBox")->setChecked(true);
+    QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
+    const osg::Vec2d end = onXArrow(kArrowGrab + kArrowMove);
+    harness.press(onXArrow(kArrowGrab));
+    harness.drag(onXArrow(kArrowGrab + kArrowMove / 2.0));
+    harness.drag(end);
+
+    EXPECT_TRUE(plugin.poseWrites.empty());
+    EXPECT_TRUE(commandText().startsWith("  "));
+    EXPECT_NEAR(commandText().toDouble(), kArrowMove, kPickTolerance);
+
+    harness.release(end);
+    EXPECT_TRUE(commandText().isEmpty());
+    EXPECT_EQ(done.count(), 1);
+    ASSERT_FALSE(plugin.poseWrites.empty());
+    EXPECT_NEAR(plugin.poseWrites.back().getTrans().x(), kArrowMove, kPickTolerance);
+}
+
+TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick)
+{
+    const osg::Quat hostRotation(0.3, osg::Vec3d(0.0, 0.0, 1.0));
+    plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(osg::Matrixd::rotate(hostRotation));
+    harness.frame();
+    dialog->enableSystemAlignment();
+    dialog->show();
+    plugin.poseWrites.clear();
+
+    // Checked with "System" selected: aligned with the identity frame.
+    widget<QGroupBox>("groupBoxSystemAlignment")->setChecked(true);
+    auto* connectButton = widget<QPushButton>("pushButtonConnect");
+    EXPECT_FALSE(connectButton->isEnabled());
+    EXPECT_TRUE(dragger->isAlignedWithReferenceFrame());
+    harness.frame(); // the handles now show the system axes
+    EXPECT_TRUE(sameRotation(dragger->getMatrix().getRotate(), osg::Quat()));
+
+    QTest::mouseClick(widget<QRadioButton>("radioButtonCustom"), Qt::LeftButton);
+    EXPECT_TRUE(connectButton->isEnabled());
+    EXPECT_FALSE(dragger->receiverUpdate());
+    EXPECT_TRUE(dragger->receiverFollow()); // the dialog leaves it to the host
+    dragger->setReceiverFollow(false);      // as a host does while "Custom" is on
+
+    // The user turns the Z ring, seen from above; the host's pose stays.
+    harness.lookAt(osg::Vec3d(1.0, -2.0, 3.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
+    harness.dragFromTo(harness.project(onZRing(-osg::PI_4)), harness.project(onZRing(0.0)));
+    harness.frame();
+    const osg::Quat turn = dragger->getMatrix().getRotate();
+    EXPECT_GT(turn.asVec4().z(), 0.1); // turned and kept after the release
+    EXPECT_TRUE(plugin.poseWrites.empty());
+
+    QTest::mouseClick(connectButton, Qt::LeftButton);
+    EXPECT_TRUE(sameRotation(dragger->referenceFrame(), turn));
+    EXPECT_TRUE(dragger->isAlignedWithReferenceFrame());
+    EXPECT_TRUE(dragger->receiverUpdate());
+    EXPECT_FALSE(dragger->receiverFollow());
+    dragger->setReceiverFollow(true); // the host resumes the follow
+    harness.frame(); // aligned with the connected frame: nothing to follow
+    EXPECT_TRUE(sameRotation(dragger->getMatrix().getRotate(), turn));
+    dragger->setReceiverMatrix(); // an unturned dragger writes the host's own rotation
+    ASSERT_EQ(plugin.poseWrites.size(), 1u);
+    EXPECT_TRUE(sameRotation(plugin.poseWrites.back().getRotate(), hostRotation));
+
+    QTest::mouseClick(widget<QRadioButton>("radioButtonSystem"), Qt::LeftButton);
+    EXPECT_FALSE(connectButton->isEnabled());
+    EXPECT_TRUE(dragger->referenceFrame().asVec4() == osg::Quat().asVec4());
+    EXPECT_TRUE(dragger->receiverUpdate());
+
+    widget<QGroupBox>("groupBoxSystemAlignment")->setChecked(false);
+    EXPECT_FALSE(dragger->isAlignedWithReferenceFrame());
+    EXPECT_TRUE(dragger->alignmentRotation().asVec4() == osg::Quat().asVec4());
+}
+
+// Grabs the dialog bound to a shown frame dragger, with the alignment panel.
+// With RKDRAGGER_DIALOG_PICTURE set to a file name, writes the picture there
+// (docs/dialog.png is made this way).
+TEST_F(DraggerDlgSceneTest, GrabsAPictureOfTheDialog)
+{
+    plugin.setParam<Rk::PARAM_END_EFFECTOR_POSE>(RkRenderTypes::rk2osg(startPose));
+    harness.frame();
+    dialog->enableSystemAlignment();
+    widget<QGroupBox>("groupBoxSystemAlignment")->setChecked(true);
+    // Wide enough for every text of the alignment panel.
+    dialog->resize(dialog->sizeHint().expandedTo(dialog->size()));
+    dialog->show();
+    dialog->commandValueChanged(0.1234);
+    const QPixmap picture = dialog->grab();
+    EXPECT_EQ(picture.size(), dialog->size() * picture.devicePixelRatio());
+    const QString path = qEnvironmentVariable("RKDRAGGER_DIALOG_PICTURE");
+    if (!path.isEmpty()) {
+        EXPECT_TRUE(picture.save(path));
+    }
+}

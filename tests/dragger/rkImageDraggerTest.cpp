@@ -1,0 +1,235 @@
+#include "rkImageDragger.h"
+#include "rkImageTestSupport.h"
+
+#include <QWidget>
+#include <gtest/gtest.h>
+#include <osg/Geode>
+#include <osg/Geometry>
+#include <osg/Texture2D>
+
+#include <limits>
+
+using namespace RkImageTest;
+
+namespace {
+
+struct StubActions : osgGA::GUIActionAdapter
+{
+    int redraws = 0;
+    void requestRedraw() override { ++redraws; }
+    void requestContinuousUpdate(bool) override {}
+    void requestWarpPointer(float, float) override {}
+};
+
+osg::ref_ptr<osgGA::GUIEventAdapter> eventOf(osgGA::GUIEventAdapter::EventType type)
+{
+    osg::ref_ptr<osgGA::GUIEventAdapter> event = new osgGA::GUIEventAdapter;
+    event->setEventType(type);
+    return event;
+}
+
+const osg::Geode* quadOf(const RkImageDragger& dragger)
+{
+    return dragger.getNumChildren() == 1 ? dragger.getChild(0)->asGeode() : nullptr;
+}
+
+} // namespace
+
+TEST(ImageDragger, QuadCarriesMaskAndTheImageStateSitsOnTheDragger)
+{
+    ImageFiles files;
+    osg::ref_ptr<RkImageDragger> dragger =
+        new RkImageDragger(nullptr, files.png("panel.png", 50, 40), 0.0, 0.0, 100.0);
+    ASSERT_NE(dragger->getImage(), nullptr);
+    EXPECT_EQ(dragger->getNumChildren(), 0u);
+
+    dragger->setupDefaultGeometry();
+    dragger->setupDefaultGeometry();
+    const osg::Geode* geode = quadOf(*dragger);
+    ASSERT_NE(geode, nullptr);
+    EXPECT_EQ(geode->getNodeMask(), 0x480u);
+    EXPECT_EQ(geode->getStateSet(), nullptr);
+    const osg::Geometry* quad = geode->getDrawable(0)->asGeometry();
+    ASSERT_NE(quad, nullptr);
+    const osg::Vec3Array* corners = dynamic_cast<const osg::Vec3Array*>(quad->getVertexArray());
+    ASSERT_TRUE(corners && corners->size() == 4);
+    EXPECT_EQ(quad->getTexCoordArray(0), corners);
+    EXPECT_EQ(quad->getColorArray()->getBinding(), osg::Array::BIND_OVERALL);
+    EXPECT_EQ(quad->getPrimitiveSet(0)->getMode(), GLenum(osg::PrimitiveSet::QUADS));
+
+    const osg::StateSet* state = dragger->getStateSet();
+    ASSERT_NE(state, nullptr);
+    EXPECT_EQ(state->getMode(GL_BLEND), osg::StateAttribute::ON);
+    EXPECT_EQ(state->getMode(GL_LIGHTING), osg::StateAttribute::PROTECTED);
+    EXPECT_EQ(state->getTextureMode(0, GL_TEXTURE_2D), osg::StateAttribute::ON);
+    const osg::Texture2D* texture = dynamic_cast<const osg::Texture2D*>(
+        state->getTextureAttribute(0, osg::StateAttribute::TEXTURE));
+    ASSERT_NE(texture, nullptr);
+    EXPECT_EQ(texture->getImage(), dragger->getImage());
+    EXPECT_FALSE(texture->getResizeNonPowerOfTwoHint());
+    EXPECT_EQ(texture->getWrap(osg::Texture::WRAP_S), osg::Texture::CLAMP_TO_BORDER);
+    EXPECT_EQ(texture->getWrap(osg::Texture::WRAP_T), osg::Texture::CLAMP_TO_BORDER);
+}
+
+TEST(ImageDragger, MissingOrDamagedFilesGiveAPlainQuadThatIgnoresRegions)
+{
+    ImageFiles files;
+    const std::string paths[] = {
+        files.pathOf("missing.png"),
+        files.file("empty.png", QByteArray()),
+        files.file("text.png", QByteArray("not an image at all")),
+        files.truncatedPng("truncated.png"),
+    };
+    for (const std::string& path : paths) {
+        SCOPED_TRACE(path);
+        osg::ref_ptr<RkImageDragger> dragger = new RkImageDragger(nullptr, path, 0.0, 0.0, 10.0);
+        EXPECT_EQ(dragger->getImage(), nullptr);
+        EXPECT_EQ(dragger->getProjector()->getImageWidth(), 0);
+        dragger->setupDefaultGeometry();
+        ASSERT_NE(quadOf(*dragger), nullptr);
+        EXPECT_EQ(quadOf(*dragger)->getNodeMask(), 0x480u);
+        EXPECT_EQ(dragger->getStateSet(), nullptr);
+        dragger->addRegion({0, 1, 2}, [] {});
+        EXPECT_TRUE(dragger->getRegions().empty());
+    }
+}
+
+TEST(ImageDragger, TransformedNodeScalesThenMovesTheQuadAndAddsAParentEachCall)
+{
+    osg::ref_ptr<RkImageDragger> dragger = new RkImageDragger(nullptr, "", 10.0, 20.0, 100.0);
+    osg::ref_ptr<osg::MatrixTransform> placed = dragger->getTransformedNode();
+    EXPECT_EQ(dragger->getNumChildren(), 1u);
+    ASSERT_EQ(placed->getNumChildren(), 1u);
+    EXPECT_EQ(placed->getChild(0), dragger.get());
+    const osg::Matrixd& placement = placed->getMatrix();
+    EXPECT_EQ(osg::Vec3d(0.0, 0.0, 0.0) * placement, osg::Vec3d(9.0, 20.0, -1.0));
+    EXPECT_EQ(osg::Vec3d(1.0, 1.0, 0.0) * placement, osg::Vec3d(109.0, 120.0, -1.0));
+
+    osg::ref_ptr<osg::MatrixTransform> again = dragger->getTransformedNode();
+    EXPECT_NE(again, placed);
+    EXPECT_EQ(dragger->getNumParents(), 2u);
+    EXPECT_EQ(dragger->getNumChildren(), 1u);
+}
+
+TEST(ImageDragger, PixelsClaimTheCellsTheyFallIn)
+{
+    ImageFiles files;
+    const std::string square = files.png("square.png", 50, 50);
+    osg::ref_ptr<RkImageDragger> finer = new RkImageDragger(nullptr, square, 0.0, 0.0, 100.0);
+    finer->addRegion({0, 51}, [] {});
+    finer->addRegion({}, [] {});
+    EXPECT_EQ(finer->getRegions().size(), 2u);
+    EXPECT_EQ(finer->getRegions().count(0), 1u);
+    EXPECT_EQ(finer->getRegions().count(202), 1u);
+
+    // Five pixels to a cell: the first row's first five pixels share cell 0.
+    osg::ref_ptr<RkImageDragger> coarser = new RkImageDragger(nullptr, square, 0.0, 0.0, 10.0);
+    coarser->addRegion({0, 1, 2, 3, 4, 5, 50}, [] {});
+    EXPECT_EQ(coarser->getRegions().size(), 2u);
+    EXPECT_EQ(coarser->getRegions().count(0), 1u);
+    EXPECT_EQ(coarser->getRegions().count(1), 1u);
+
+    // A display twice the image's width leaves every odd column free.
+    osg::ref_ptr<RkImageDragger> wider =
+        new RkImageDragger(nullptr, files.png("wide.png", 100, 10), 0.0, 0.0, 200.0);
+    std::set<unsigned int> firstRow;
+    for (unsigned int column = 0; column < 100; ++column)
+        firstRow.insert(column);
+    wider->addRegion(firstRow, [] {});
+    EXPECT_EQ(wider->getRegions().size(), 100u);
+    for (const auto& cell : wider->getRegions())
+        EXPECT_EQ(cell.first % 2, 0u) << cell.first;
+}
+
+TEST(ImageDragger, FirstClaimOfACellWins)
+{
+    ImageFiles files;
+    osg::ref_ptr<RkImageDragger> dragger =
+        new RkImageDragger(nullptr, files.png("square.png", 50, 50), 0.0, 0.0, 100.0);
+    CallLog log;
+    dragger->addRegion({51}, log.recorder('A'));
+    dragger->addRegion({51, 52}, log.recorder('B'));
+    ASSERT_EQ(dragger->getRegions().size(), 2u);
+    dragger->getRegions().at(202)();
+    dragger->getRegions().at(204)();
+    EXPECT_EQ(log.calls, "AB");
+}
+
+TEST(ImageDragger, OddDisplaySizesAndPixelsNeverCrash)
+{
+    ImageFiles files;
+    const std::string image = files.png("square.png", 10, 10);
+    const double inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const std::set<unsigned int> pixels = {0, 11, 99, 100, 5000, 4294967295u};
+    struct Case
+    {
+        const char* name;
+        double displaySize;
+        std::set<unsigned int> expectedKeys;
+    };
+    const Case cases[] = {
+        {"zero", 0.0, {0}},
+        // 0.25 cells a pixel, rows of 2: pixel 99 is cell (2, 2), pixel 100
+        // (past the image's end) cell (2, 0).
+        {"fractional", 2.5, {0, 4, 6, 250, 214748365}},
+        // Negative cells wrap modulo 2^32, and so does the negative row length.
+        {"negative", -10.0, {0, 9, 81, 100, 5000, 4294967285u}},
+        {"huge", 1e300, {}},
+        {"infinite", inf, {}},
+        {"NaN", nan, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        osg::ref_ptr<RkImageDragger> dragger =
+            new RkImageDragger(nullptr, image, 0.0, 0.0, c.displaySize);
+        dragger->addRegion(pixels, [] {});
+        std::set<unsigned int> keys;
+        for (const auto& cell : dragger->getRegions())
+            keys.insert(cell.first);
+        EXPECT_EQ(keys, c.expectedKeys);
+    }
+}
+
+TEST(ImageDragger, HandlesPressReleaseAndDragWithoutAViewer)
+{
+    using Event = osgGA::GUIEventAdapter;
+    ImageFiles files;
+    const std::string image = files.png("square.png", 50, 50);
+    QWidget view;
+    view.resize(400, 200);
+    // With this widget and these offsets the near point (44, 390, 0) is
+    // column 8 of row 2, which pixel 2 * 50 + 8 claims in a 50 x 50 grid.
+    osg::ref_ptr<RkImageDragger> dragger = new RkImageDragger(&view, image, 2.0, 3.0, 50.0);
+    dragger->addRegion({108}, [] {});
+    osgManipulator::PointerInfo pointer;
+    pointer.setNearFarPoints(osg::Vec3d(44.0, 390.0, 0.0), osg::Vec3d(44.0, 390.0, -1.0));
+    StubActions actions;
+    PrintCapture print;
+    auto send = [&](RkImageDragger& target, Event::EventType type) {
+        return target.handle(pointer, *eventOf(type), actions);
+    };
+
+    EXPECT_FALSE(send(*dragger, Event::DRAG));
+    EXPECT_TRUE(send(*dragger, Event::RELEASE));
+    EXPECT_TRUE(print.text.str().empty());
+
+    EXPECT_TRUE(send(*dragger, Event::PUSH));
+    EXPECT_EQ(actions.redraws, 1);
+    EXPECT_TRUE(dragger->isRepeating());
+    EXPECT_NE(print.text.str().find("Found point 8 2 108\n"), std::string::npos);
+    EXPECT_FALSE(send(*dragger, Event::DRAG));
+    EXPECT_FALSE(send(*dragger, Event::DOUBLECLICK));
+    EXPECT_TRUE(dragger->isRepeating());
+    EXPECT_TRUE(send(*dragger, Event::RELEASE));
+    EXPECT_FALSE(dragger->isRepeating());
+
+    // With D = 0 nothing can be projected: the press misses before printing.
+    osg::ref_ptr<RkImageDragger> flat = new RkImageDragger(&view, image, 2.0, 3.0, 0.0);
+    flat->addRegion({0}, [] {});
+    print.text.str("");
+    EXPECT_FALSE(send(*flat, Event::PUSH));
+    EXPECT_FALSE(flat->isRepeating());
+    EXPECT_EQ(actions.redraws, 1);
+    EXPECT_EQ(print.text.str(), "");
+}

@@ -1,0 +1,146 @@
+#include "rkFrameDragger.h"
+
+namespace Rk {
+
+FrameDragger::FrameDragger(Rk::PluginGUI* gui, bool autoScaleToScreen) : Composite3DDragger(gui)
+{
+    createChildren(nullptr, autoScaleToScreen);
+}
+
+FrameDragger::FrameDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScreen)
+    : Composite3DDragger(receiver)
+{
+    createChildren(receiver, autoScaleToScreen);
+}
+
+FrameDragger::~FrameDragger()
+{
+    m_rotateDragger = nullptr;
+    m_translateDragger = nullptr;
+}
+
+void FrameDragger::createChildren(Rk::DraggerReceiver* childReceiver, bool autoScaleToScreen)
+{
+    m_translateDragger = new TranslateDragger(childReceiver);
+    addChild(m_translateDragger.get());
+    addDragger(m_translateDragger.get());
+    m_rotateDragger = new RotateDragger(childReceiver, autoScaleToScreen);
+    addChild(m_rotateDragger.get());
+    addDragger(m_rotateDragger.get());
+    // Makes this dragger the parent of the children and of all six handles,
+    // so that any handle moves the frame's own matrix.
+    setParentDragger(getParentDragger());
+}
+
+void FrameDragger::setupDefaultGeometry()
+{
+    m_translateDragger->setupDefaultGeometry();
+    m_rotateDragger->setupDefaultGeometry();
+    setScale(scale());
+}
+
+void FrameDragger::setCylinderGeometry(float radius, float height, float width)
+{
+    m_rotateDragger->setGeometryProperties(width, radius);
+    m_translateDragger->setGeometryProperties(width, radius, height);
+}
+
+void FrameDragger::showDraggers(bool show)
+{
+    m_translateDragger->setDragMode(SHOWN_CHILD_DRAG_MODE);
+    m_rotateDragger->setDragMode(SHOWN_CHILD_DRAG_MODE);
+    m_translateDragger->Composite3DDragger::showDraggers(show);
+    m_rotateDragger->Composite3DDragger::showDraggers(show);
+}
+
+void FrameDragger::setFromChildDraggerActive()
+{
+    m_translateDragger->setFromChildDraggerActive();
+    m_rotateDragger->setFromChildDraggerActive();
+    // Plain stores: the frame has no handles of its own to recolour.
+    Composite3DDragger::setActiveAxis(m_translateDragger->activeAxis());
+    setDragMode(m_translateDragger->dragMode());
+    if (activeAxis() != NO_AXIS)
+        return;
+    Composite3DDragger::setActiveAxis(m_rotateDragger->activeAxis());
+    if (activeAxis() != NO_AXIS)
+        setDragMode(RotateDragger::ROTATION_DRAG_MODE);
+}
+
+bool FrameDragger::handle(const osgManipulator::PointerInfo& pointer,
+                          const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
+{
+    if (!draggingEnabled())
+        return false;
+    const bool handled = Composite3DDragger::handle(pointer, event, action);
+    switch (event.getEventType()) {
+    case osgGA::GUIEventAdapter::PUSH:
+        pressed();
+        break;
+    case osgGA::GUIEventAdapter::DRAG:
+        dragged();
+        break;
+    case osgGA::GUIEventAdapter::RELEASE:
+        released();
+        break;
+    default:
+        break;
+    }
+    return handled;
+}
+
+void FrameDragger::pressed()
+{
+    setCommandValue(0.0);
+    setDragStartMatrix(getMatrix());
+    setFromChildDraggerActive();
+    emit signalPoseClicked();
+}
+
+void FrameDragger::dragged()
+{
+    if (activeAxis() == NO_AXIS)
+        return;
+    if (!valueOnRelease()) {
+        setReceiverMatrix();
+        emit signalPoseChanged();
+        return;
+    }
+    setCommandValue(commandValueOfDrag());
+    emit signalCommandValueChanged(commandValue());
+}
+
+double FrameDragger::commandValueOfDrag() const
+{
+    switch (dragMode()) {
+    case TranslateDragger::TRANSLATION_DRAG_MODE:
+        return commandDistance(dragStartMatrix(), getMatrix(), activeAxis());
+    case RotateDragger::ROTATION_DRAG_MODE:
+        return commandAngle(dragStartMatrix().getRotate(), getMatrix().getRotate(), activeAxis());
+    default:
+        return commandValue();
+    }
+}
+
+void FrameDragger::released()
+{
+    setReceiverMatrix();
+    if (isAlignedWithReferenceFrame() && receiver() && receiverUpdate())
+        reseatOnReferenceFrame();
+    emit signalPoseChanged();
+    emit signalCommandValueDone();
+}
+
+void FrameDragger::reseatOnReferenceFrame()
+{
+    // The user may have turned the dragger: the new alignment rotation keeps
+    // the receiver's orientation while the handles show the reference frame
+    // again. Recomputing the alignment is exactly what switching it on does.
+    setIsAlignedWithReferenceFrame(true);
+    osg::Matrixd seated;
+    seated.setTrans(receiver()->getMatrix().getTrans());
+    seated.setRotate(referenceFrame());
+    setMatrix(seated);
+}
+
+} // namespace Rk

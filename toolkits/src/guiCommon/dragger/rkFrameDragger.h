@@ -1,0 +1,86 @@
+#ifndef RK_FRAME_DRAGGER_H
+#define RK_FRAME_DRAGGER_H
+
+#include "rkComposite3DDragger.h"
+#include "rkRotateDragger.h"
+#include "rkTranslateDragger.h"
+
+namespace Rk {
+
+/// The six-handle gizmo that moves and turns a whole frame: a translate
+/// dragger (three arrows) and a rotate dragger (three rings) as children, in
+/// this order. Any handle moves this dragger's own matrix, which is the pose
+/// (parent frame, row-vector convention).
+///
+/// Without the value-on-release flag the receiver follows every drag step
+/// (`signalPoseChanged` each time). With it, every drag step emits
+/// `signalCommandValueChanged` with the distance moved along, or the signed
+/// angle in radians turned about, the grabbed axis, measured in the frame the
+/// dragger had at the press, and the receiver is written at the release only.
+/// Every press on a handle emits `signalPoseClicked` (twice per click: the
+/// event loop hands the press over twice); every release emits
+/// `signalPoseChanged`, then `signalCommandValueDone`.
+///
+/// In the receiver form both children share the receiver; their own release
+/// writes (of their own matrices) come before the frame's, which is last.
+class FrameDragger : public Composite3DDragger
+{
+public:
+    /// A gizmo for the end-effector pose of `gui`; the children get no receiver.
+    FrameDragger(Rk::PluginGUI* gui, bool autoScaleToScreen);
+    /// A gizmo for `receiver` (may be null), shared with both children.
+    /// `autoScaleToScreen` goes to the rotate child (see `RotateDragger`).
+    FrameDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScreen);
+
+    /// Builds both children's handles, then re-applies the scale (emitting
+    /// `signalScaleChanged`). Call once; a second call adds handles again.
+    void setupDefaultGeometry() override;
+    /// Stores sizes in both children, for the next `setupDefaultGeometry`:
+    /// `radius` is the ring radius and the arrow cone radius, `height` the
+    /// arrow cone height, `width` the arrow line width in pixels and the
+    /// ring's pick tube radius. Nothing is checked or rebuilt.
+    void setCylinderGeometry(float radius, float height, float width);
+    /// Shows (node mask 1024) or hides (0) both children and their handles,
+    /// and sets the children's drag mode to 3. This dragger's own node mask
+    /// is left alone; `Composite3DDragger::showDraggers` sets it.
+    virtual void showDraggers(bool show);
+    /// Asks the children for their active handle; a translation handle wins.
+    /// Takes the translate child's axis and drag mode, or else the rotate
+    /// child's axis with drag mode 2. With none, the axis is `NO_AXIS`.
+    void setFromChildDraggerActive() override;
+
+    /// Passes the event to the children, then (whatever they answered) a
+    /// press records the start pose and the active axis and emits
+    /// `signalPoseClicked`; a drag on an active axis writes the receiver or
+    /// reports the command value; a release writes the receiver, re-seats
+    /// the dragger on an aligned reference frame and emits
+    /// `signalPoseChanged` and `signalCommandValueDone`. While dragging is
+    /// disabled: false, and nothing happens. Returns the children's answer.
+    bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
+                osgGA::GUIActionAdapter& action) override;
+    using Composite3DDragger::handle;
+
+    TranslateDragger* translateDragger() const { return m_translateDragger.get(); }
+    RotateDragger* rotateDragger() const { return m_rotateDragger.get(); }
+
+protected:
+    ~FrameDragger() override;
+
+private:
+    /// Drag mode that `showDraggers` gives both children.
+    static const int SHOWN_CHILD_DRAG_MODE = 3;
+
+    void createChildren(Rk::DraggerReceiver* childReceiver, bool autoScaleToScreen);
+    void pressed();
+    void dragged();
+    void released();
+    void reseatOnReferenceFrame();
+    double commandValueOfDrag() const;
+
+    osg::ref_ptr<TranslateDragger> m_translateDragger;
+    osg::ref_ptr<RotateDragger> m_rotateDragger;
+};
+
+} // namespace Rk
+
+#endif

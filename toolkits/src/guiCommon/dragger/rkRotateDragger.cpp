@@ -1,0 +1,77 @@
+#include "rkRotateDragger.h"
+
+#include "rkDraggerUtility.h"
+
+#include <osg/AutoTransform>
+#include <osgManipulator/AntiSquish>
+
+namespace Rk {
+
+Rotate1DDragger::Rotate1DDragger(bool keepPickColor) : OneAxisHandle(keepPickColor) {}
+
+Rotate1DDragger::~Rotate1DDragger() = default;
+
+RotateDragger::RotateDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScreen)
+    : ThreeAxisDragger(receiver, ROTATION_DRAG_MODE), m_ringRadius(DEFAULT_RING_RADIUS),
+      m_pickTubeRadius(DEFAULT_PICK_TUBE_RADIUS)
+{
+    osg::Group* handleParent = autoScaleToScreen ? createScreenScaleChain() : this;
+    for (int axis = X_AXIS; axis <= Z_AXIS; ++axis)
+        addHandle(AxisEnum(axis), new Rotate1DDragger(false), handleParent);
+    // Makes this dragger the parent of the rings, so their motion turns it.
+    setParentDragger(getParentDragger());
+}
+
+RotateDragger::~RotateDragger() = default;
+
+osg::Group* RotateDragger::createScreenScaleChain()
+{
+    osg::MatrixTransform* scaler =
+        new osg::MatrixTransform(osg::Matrixd::scale(SCREEN_SCALE, SCREEN_SCALE, SCREEN_SCALE));
+    osg::AutoTransform* autoTransform = new osg::AutoTransform;
+    autoTransform->setAutoScaleToScreen(true);
+    autoTransform->addChild(scaler);
+    // Keeps the rings round under a non-uniform scale above the dragger.
+    osgManipulator::AntiSquish* antiSquish = new osgManipulator::AntiSquish;
+    antiSquish->addChild(autoTransform);
+    addChild(antiSquish);
+    return scaler;
+}
+
+void RotateDragger::setGeometryProperties(float pickTubeRadius, float ringRadius)
+{
+    m_pickTubeRadius = pickTubeRadius;
+    m_ringRadius = ringRadius;
+}
+
+void RotateDragger::setupDefaultGeometry()
+{
+    addToEveryHandle(RkDraggerUtility::createRotateDraggerTorusGeode(m_ringRadius, m_pickTubeRadius,
+                                                                     RING_LINE_WIDTH));
+    orientAndColourHandles();
+}
+
+bool RotateDragger::handle(const osgManipulator::PointerInfo& pointer,
+                           const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
+{
+    if (!Composite3DDragger::handle(pointer, event, action))
+        return false;
+    switch (event.getEventType()) {
+    case osgGA::GUIEventAdapter::PUSH:
+        setCommandValue(0.0);
+        m_startRotation = getMatrix().getRotate();
+        setFromChildDraggerActive();
+        break;
+    case osgGA::GUIEventAdapter::DRAG:
+        setCommandValue(commandAngle(m_startRotation, getMatrix().getRotate(), activeAxis()));
+        break;
+    case osgGA::GUIEventAdapter::RELEASE:
+        setReceiverMatrix();
+        break;
+    default:
+        break;
+    }
+    return true;
+}
+
+} // namespace Rk

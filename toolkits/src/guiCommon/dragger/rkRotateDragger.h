@@ -1,0 +1,92 @@
+#ifndef RK_ROTATE_DRAGGER_H
+#define RK_ROTATE_DRAGGER_H
+
+#include "rkOneAxisHandle.h"
+#include "rkThreeAxisDragger.h"
+
+#include <osgManipulator/RotateCylinderDragger>
+
+namespace Rk {
+
+/// One ring of a rotate dragger: an `osgManipulator::RotateCylinderDragger`
+/// that turns its parent dragger about its own Z axis, plus the picking
+/// switch, the kept pick colour and the active flag of `OneAxisHandle`. Its
+/// pick colour stays osgManipulator's default; its geometry comes from
+/// `RotateDragger`.
+class Rotate1DDragger : public OneAxisHandle<osgManipulator::RotateCylinderDragger>
+{
+public:
+    explicit Rotate1DDragger(bool keepPickColor);
+
+protected:
+    ~Rotate1DDragger() override;
+};
+
+/// The three-axis rotation manipulator: rings about X (red), Y (green) and Z
+/// (blue) through the dragger's origin, each a line circle with direction
+/// cones and an invisible pick torus (`RkDraggerUtility::createRotateDraggerTorusGeode`),
+/// one geode shared by the three handles.
+///
+/// Dragging a ring turns the dragger's matrix (the pose) about that ring's
+/// axis in the dragger's own frame. During the drag the command value is the
+/// signed angle in radians turned about the active axis since the press,
+/// positive counter-clockwise seen from the axis's tip in the frame at the
+/// press, and the drag mode is 2. The receiver is written once, at the release.
+///
+/// With `autoScaleToScreen` the handles sit below an AntiSquish, an
+/// auto-scale-to-screen AutoTransform and a scale of 50, so the rings keep
+/// their size on screen (a ring of radius 0.5 is then about 25 pixels). The
+/// AutoTransform takes its scale from the cull traversal: before a frame has
+/// been drawn the rings are 50 times their model size.
+///
+/// Use: construct, optionally `setGeometryProperties`, `setupDefaultGeometry`
+/// once, then `setScale` (which keeps each ring about its axis, see
+/// `ThreeAxisDragger`) and `showDraggers(true)`.
+class RotateDragger : public ThreeAxisDragger<Rotate1DDragger>
+{
+public:
+    /// Drag mode set at a press on a ring.
+    static const int ROTATION_DRAG_MODE = 2;
+    static constexpr float DEFAULT_RING_RADIUS = 0.5f;
+    static constexpr float DEFAULT_PICK_TUBE_RADIUS = 0.01f;
+    /// Line width of the rings in pixels, also the scale of their cones.
+    static constexpr float RING_LINE_WIDTH = 3.0f;
+    /// Model size of the rings below the auto-scaling transform.
+    static constexpr double SCREEN_SCALE = 50.0;
+
+    /// The dragger and its three handles, without geometry; `receiver` may be null.
+    RotateDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScreen);
+
+    /// Stores the pick torus's tube radius and the ring radius (note the
+    /// order); they take effect at the next `setupDefaultGeometry`.
+    void setGeometryProperties(float pickTubeRadius, float ringRadius);
+    /// Adds one shared torus geode to every handle, turns the X and Y
+    /// handles onto their axes and colours the handles. A second call adds a
+    /// second geode; nothing is removed.
+    void setupDefaultGeometry() override;
+
+    /// Passes the event to the rings; for an accepted press it resets the
+    /// command value, records the start rotation and finds the active ring,
+    /// for a drag it updates the signed angle, and at the release it writes
+    /// the pose to the receiver. False when no ring accepts the event.
+    bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
+                osgGA::GUIActionAdapter& action) override;
+    using Composite3DDragger::handle;
+
+    /// The pose's rotation at the last accepted press (identity before any).
+    const osg::Quat& startRotation() const { return m_startRotation; }
+
+protected:
+    ~RotateDragger() override;
+
+private:
+    osg::Group* createScreenScaleChain();
+
+    osg::Quat m_startRotation;
+    float m_ringRadius;
+    float m_pickTubeRadius;
+};
+
+} // namespace Rk
+
+#endif
