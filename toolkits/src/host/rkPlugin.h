@@ -39,10 +39,12 @@ public:
     bool setParam(unsigned int i, unsigned int j, const T& value);
 
 protected:
-    // What a concrete plug-in overrides: read and write matrix parameter `id`
-    // at the indices (i, j); unindexed parameters use (0, 0).
+    /// What a concrete plug-in overrides: read and write matrix parameter `id`
+    /// at the indices (i, j); unindexed parameters use (0, 0). A read of a
+    /// value never written leaves `value` untouched and returns false.
     virtual bool readMatrixParam(unsigned int id, unsigned int i, unsigned int j,
                                  osg::Matrixd& value) const;
+    /// Stores `value` as parameter `id` at (i, j); true.
     virtual bool writeMatrixParam(unsigned int id, unsigned int i, unsigned int j,
                                   const osg::Matrixd& value);
 

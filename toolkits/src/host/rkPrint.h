@@ -18,6 +18,7 @@ enum PrintType
 class Print
 {
 public:
+    /// The one instance, created at the first call.
     static Print& instance();
 
     /// The stream into which one message is written by `functionName`. The

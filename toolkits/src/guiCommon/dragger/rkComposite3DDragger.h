@@ -77,6 +77,7 @@ public:
     /// Enables or disables all event handling; emits
     /// `signalDraggingEnableChanged()` only on a change.
     virtual void setDraggingEnabled(bool enabled);
+    /// Whether the dragger handles events at all (true for a new dragger).
     virtual bool draggingEnabled() const;
     /// Stores the frame shown while aligned; takes effect at the next
     /// `setIsAlignedWithReferenceFrame(true)` and at the next frame event.
@@ -93,6 +94,7 @@ public:
     /// Attaches `receiver` (null detaches) and, if there is one, re-applies
     /// the scale and takes the receiver's matrix as the dragger's, unaligned.
     void setReceiver(Rk::DraggerReceiver* receiver);
+    /// The attached receiver, or null.
     Rk::DraggerReceiver* receiver() const { return m_receiver.get(); }
     /// Node mask 1024 (shown) or 0 (hidden) on this dragger and, recursively,
     /// on every component. Emits nothing; does not end a drag.
@@ -125,11 +127,19 @@ public:
     void setReceiverFollow(bool follow) { m_receiverFollow = follow; }
 
 signals:
+    /// A handle of a frame dragger was pressed (twice per press).
     void signalPoseClicked();
+    /// The pose changed: by `setPose`, `syncReceiverToPose`, the frame-time
+    /// follow of the receiver, or a frame dragger's drag step or release.
     void signalPoseChanged();
+    /// `setScale` was called; `scale()` holds the new value.
     void signalScaleChanged();
+    /// A frame dragger's drag step with the value-on-release flag set: the
+    /// command value (metres or radians) since the press.
     void signalCommandValueChanged(double);
+    /// A frame dragger's drag ended at the release.
     void signalCommandValueDone();
+    /// `setDraggingEnabled` changed the enabled state.
     void signalDraggingEnableChanged();
 
 public slots:

@@ -22,8 +22,8 @@ public:
     /// The two functions of a receiver whose getter fills a matrix in place.
     struct ReceiverArg
     {
-        boost::function<bool(osg::Matrixd&)> getter; ///< result ignored
-        boost::function<void(const osg::Matrixd&)> setter;
+        boost::function<bool(osg::Matrixd&)> getter;       ///< result ignored
+        boost::function<void(const osg::Matrixd&)> setter; ///< stores a new pose
     };
 
     /// A receiver from a getter that returns the pose and a setter. Either

@@ -60,7 +60,9 @@ public:
                 osgGA::GUIActionAdapter& action) override;
     using Composite3DDragger::handle;
 
+    /// The child with the three arrows (never null).
     TranslateDragger* translateDragger() const { return m_translateDragger.get(); }
+    /// The child with the three rings (never null).
     RotateDragger* rotateDragger() const { return m_rotateDragger.get(); }
 
 protected:
