@@ -69,8 +69,7 @@ void RkDemoMainWindow::buildDialogDock()
     m_dialog->showDragger(true);
     dock->setWidget(m_dialog);
     addDockWidget(Qt::RightDockWidgetArea, dock);
-    connect(m_dialog, &Rk::DraggerDlg::signalPoseChanged, this,
-            &RkDemoMainWindow::applyDialogPose);
+    connect(m_dialog, &Rk::DraggerDlg::signalPoseChanged, this, &RkDemoMainWindow::applyDialogPose);
     connect(m_dialog, &Rk::DraggerDlg::signalScaleChanged, this, &RkDemoMainWindow::reportScale);
     connect(m_dialog, &Rk::DraggerDlg::signalShowDragger, this,
             &RkDemoMainWindow::reportVisibility);

@@ -496,7 +496,7 @@ TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick
     EXPECT_TRUE(dragger->receiverUpdate());
     EXPECT_FALSE(dragger->receiverFollow());
     dragger->setReceiverFollow(true); // the host resumes the follow
-    harness.frame(); // aligned with the connected frame: nothing to follow
+    harness.frame();                  // aligned with the connected frame: nothing to follow
     EXPECT_TRUE(sameRotation(dragger->getMatrix().getRotate(), turn));
     dragger->setReceiverMatrix(); // an unturned dragger writes the host's own rotation
     ASSERT_EQ(plugin.poseWrites.size(), 1u);
