@@ -53,8 +53,8 @@ osg::Geode* grid()
 osg::MatrixTransform* link(double length, const osg::Vec4& colour)
 {
     osg::ref_ptr<osg::MatrixTransform> transform = new osg::MatrixTransform;
-    transform->addChild(solid(new osg::Cylinder(osg::Vec3(0, 0, length / 2), kLinkRadius, length),
-                              colour));
+    transform->addChild(
+        solid(new osg::Cylinder(osg::Vec3(0, 0, length / 2), kLinkRadius, length), colour));
     transform->addChild(solid(new osg::Sphere(osg::Vec3(), kLinkRadius * 1.4), colour));
     return transform.release();
 }
@@ -74,9 +74,8 @@ RkDemoArm::RkDemoArm() : m_root(new osg::Group)
     const osg::Vec4 steel(0.72f, 0.74f, 0.78f, 1.0f);
     const osg::Vec4 orange(0.95f, 0.55f, 0.15f, 1.0f);
     m_root->addChild(grid());
-    m_root->addChild(solid(new osg::Cylinder(osg::Vec3(0, 0, kShoulder.z() / 2), 0.09f,
-                                             kShoulder.z()),
-                           steel));
+    m_root->addChild(
+        solid(new osg::Cylinder(osg::Vec3(0, 0, kShoulder.z() / 2), 0.09f, kShoulder.z()), steel));
     m_upperArm = link(kUpperArmLength, orange);
     m_forearm = link(kForearmLength, orange);
     m_tool = new osg::MatrixTransform;

@@ -59,7 +59,7 @@ RkJogPanel::~RkJogPanel() = default;
 
 bool RkJogPanel::hasImage() const
 {
-    return m_dragger->getStateSet() != nullptr;
+    return m_dragger->getImage() != nullptr;
 }
 
 void RkJogPanel::addButtons(RkDemoPlugin& plugin)

@@ -12,7 +12,7 @@
 
 namespace {
 
-const int kInset = 3;       // gap between neighbouring buttons, in pixels
+const int kInset = 3; // gap between neighbouring buttons, in pixels
 const int kCornerRadius = 6;
 const QColor kBackground(24, 28, 34, 200);
 const QColor kAxisColours[3] = {QColor(200, 40, 40), QColor(40, 160, 60), QColor(50, 80, 210)};

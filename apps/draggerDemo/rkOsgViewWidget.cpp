@@ -11,6 +11,19 @@ namespace {
 // follow of poses that the host changed elsewhere.
 const int kFrameIntervalMs = 16;
 
+// Orbit and zoom that leave alone every event the scene has already taken,
+// such as a press that picked a dragger and the drags that follow it.
+class SceneFirstManipulator : public osgGA::TrackballManipulator
+{
+public:
+    bool handle(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action) override
+    {
+        if (event.getHandled())
+            return false;
+        return osgGA::TrackballManipulator::handle(event, action);
+    }
+};
+
 int osgButton(Qt::MouseButton button)
 {
     switch (button) {
@@ -48,11 +61,7 @@ RkOsgViewWidget::RkOsgViewWidget(QWidget* parent)
     m_window = m_viewer->setUpViewerAsEmbeddedInWindow(0, 0, width(), height());
     m_viewer->setThreadingModel(osgViewer::Viewer::SingleThreaded);
     m_viewer->setKeyEventSetsDone(0);
-    osg::ref_ptr<osgGA::TrackballManipulator> manipulator = new osgGA::TrackballManipulator;
-    manipulator->setIgnoreHandledEventsMask(osgGA::GUIEventAdapter::PUSH |
-                                            osgGA::GUIEventAdapter::DRAG |
-                                            osgGA::GUIEventAdapter::RELEASE);
-    m_viewer->setCameraManipulator(manipulator.get(), false);
+    m_viewer->setCameraManipulator(new SceneFirstManipulator, false);
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     connect(&m_frameTimer, &QTimer::timeout, this, QOverload<>::of(&QWidget::update));
@@ -95,7 +104,7 @@ void RkOsgViewWidget::resizeGL(int width, int height)
 void RkOsgViewWidget::paintGL()
 {
     // Qt renders this widget into its own framebuffer object, not into 0.
-    m_window->getState()->setDefaultFboId(defaultFramebufferObject());
+    m_window->setDefaultFboId(defaultFramebufferObject());
     m_viewer->frame();
 }
 
