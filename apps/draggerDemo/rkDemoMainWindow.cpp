@@ -5,10 +5,12 @@
 #include "rkJogPanel.h"
 #include "rkOsgViewWidget.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QDockWidget>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QVBoxLayout>
 #include <osgGA/TrackballManipulator>
 
 namespace {
@@ -64,15 +66,35 @@ void RkDemoMainWindow::buildDialogDock()
     auto* dock = new QDockWidget(tr("Pose"), this);
     dock->setObjectName("poseDock");
     dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
-    m_dialog = new Rk::DraggerDlg(m_frameDragger.get(), dock);
+    // The dialog keeps its own size at the top of the dock.
+    auto* panel = new QWidget(dock);
+    auto* layout = new QVBoxLayout(panel);
+    m_dialog = new Rk::DraggerDlg(m_frameDragger.get(), panel);
     m_dialog->enableSystemAlignment();
     m_dialog->showDragger(true);
-    dock->setWidget(m_dialog);
+    layout->addWidget(m_dialog);
+    layout->addStretch(1);
+    dock->setWidget(panel);
     addDockWidget(Qt::RightDockWidgetArea, dock);
     connect(m_dialog, &Rk::DraggerDlg::signalPoseChanged, this, &RkDemoMainWindow::applyDialogPose);
     connect(m_dialog, &Rk::DraggerDlg::signalScaleChanged, this, &RkDemoMainWindow::reportScale);
     connect(m_dialog, &Rk::DraggerDlg::signalShowDragger, this,
             &RkDemoMainWindow::reportVisibility);
+    pauseFollowWhileCustomFrameIsTurned();
+}
+
+void RkDemoMainWindow::pauseFollowWhileCustomFrameIsTurned()
+{
+    // While "Custom" is selected the user turns the gizmo into a new frame;
+    // following the plug-in at every frame would turn it straight back.
+    auto* custom = m_dialog->findChild<QAbstractButton*>("radioButtonCustom");
+    auto* connectButton = m_dialog->findChild<QAbstractButton*>("pushButtonConnect");
+    if (!custom || !connectButton)
+        return;
+    connect(custom, &QAbstractButton::toggled, this,
+            [this](bool on) { m_frameDragger->setReceiverFollow(!on); });
+    connect(connectButton, &QAbstractButton::clicked, this,
+            [this] { m_frameDragger->setReceiverFollow(true); });
 }
 
 void RkDemoMainWindow::buildToolBar()

@@ -51,6 +51,7 @@ private:
     void buildScene();
     void buildDialogDock();
     void buildToolBar();
+    void pauseFollowWhileCustomFrameIsTurned();
 
     RkDemoPlugin m_plugin;
     RkDemoArm m_arm;

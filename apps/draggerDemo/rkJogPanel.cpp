@@ -59,7 +59,7 @@ RkJogPanel::~RkJogPanel() = default;
 
 bool RkJogPanel::hasImage() const
 {
-    return m_dragger->getStateSet() != nullptr;
+    return m_dragger->getImage() != nullptr;
 }
 
 void RkJogPanel::addButtons(RkDemoPlugin& plugin)
@@ -73,6 +73,8 @@ void RkJogPanel::addButtons(RkDemoPlugin& plugin)
 
 void RkJogPanel::resize(int width, int height)
 {
+    // The viewport too: the pointer maps window pixels through it.
+    m_overlay->setViewport(0, 0, width, height);
     m_overlay->setProjectionMatrixAsOrtho2D(0.0, width, 0.0, height);
 }
 

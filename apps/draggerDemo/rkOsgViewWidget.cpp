@@ -11,6 +11,19 @@ namespace {
 // follow of poses that the host changed elsewhere.
 const int kFrameIntervalMs = 16;
 
+// Orbit and zoom that leave alone every event the scene has already taken,
+// such as a press that picked a dragger and the drags that follow it.
+class SceneFirstManipulator : public osgGA::TrackballManipulator
+{
+public:
+    bool handle(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action) override
+    {
+        if (event.getHandled())
+            return false;
+        return osgGA::TrackballManipulator::handle(event, action);
+    }
+};
+
 int osgButton(Qt::MouseButton button)
 {
     switch (button) {
@@ -23,6 +36,17 @@ int osgButton(Qt::MouseButton button)
     default:
         return 0;
     }
+}
+
+// The pointer in widget coordinates (logical pixels, y down): Qt 6 calls it
+// position(), Qt 5.15 localPos().
+QPointF pointerPosition(const QMouseEvent* event)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    return event->position();
+#else
+    return event->localPos();
+#endif
 }
 
 int osgKey(const QKeyEvent* event)
@@ -48,11 +72,7 @@ RkOsgViewWidget::RkOsgViewWidget(QWidget* parent)
     m_window = m_viewer->setUpViewerAsEmbeddedInWindow(0, 0, width(), height());
     m_viewer->setThreadingModel(osgViewer::Viewer::SingleThreaded);
     m_viewer->setKeyEventSetsDone(0);
-    osg::ref_ptr<osgGA::TrackballManipulator> manipulator = new osgGA::TrackballManipulator;
-    manipulator->setIgnoreHandledEventsMask(osgGA::GUIEventAdapter::PUSH |
-                                            osgGA::GUIEventAdapter::DRAG |
-                                            osgGA::GUIEventAdapter::RELEASE);
-    m_viewer->setCameraManipulator(manipulator.get(), false);
+    m_viewer->setCameraManipulator(new SceneFirstManipulator, false);
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     connect(&m_frameTimer, &QTimer::timeout, this, QOverload<>::of(&QWidget::update));
@@ -95,31 +115,31 @@ void RkOsgViewWidget::resizeGL(int width, int height)
 void RkOsgViewWidget::paintGL()
 {
     // Qt renders this widget into its own framebuffer object, not into 0.
-    m_window->getState()->setDefaultFboId(defaultFramebufferObject());
+    m_window->setDefaultFboId(defaultFramebufferObject());
     m_viewer->frame();
 }
 
 void RkOsgViewWidget::mousePressEvent(QMouseEvent* event)
 {
-    const QPointF at = event->position() * pixelRatio();
+    const QPointF at = pointerPosition(event) * pixelRatio();
     queue()->mouseButtonPress(at.x(), at.y(), osgButton(event->button()));
 }
 
 void RkOsgViewWidget::mouseReleaseEvent(QMouseEvent* event)
 {
-    const QPointF at = event->position() * pixelRatio();
+    const QPointF at = pointerPosition(event) * pixelRatio();
     queue()->mouseButtonRelease(at.x(), at.y(), osgButton(event->button()));
 }
 
 void RkOsgViewWidget::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    const QPointF at = event->position() * pixelRatio();
+    const QPointF at = pointerPosition(event) * pixelRatio();
     queue()->mouseDoubleButtonPress(at.x(), at.y(), osgButton(event->button()));
 }
 
 void RkOsgViewWidget::mouseMoveEvent(QMouseEvent* event)
 {
-    const QPointF at = event->position() * pixelRatio();
+    const QPointF at = pointerPosition(event) * pixelRatio();
     queue()->mouseMotion(at.x(), at.y());
 }
 
