@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace RkDraggerUtility {
 
@@ -98,7 +99,7 @@ osg::Geometry* createRing(float ringRadius, float lineWidth)
 
 osg::ShapeDrawable* createDirectionCone(float ringRadius, float lineWidth, int index)
 {
-    const double angle = index * osg::PI / (kDirectionCones / 2);
+    const double angle = index * 2.0 * osg::PI / kDirectionCones;
     osg::Cone* cone =
         new osg::Cone(osg::Vec3(ringRadius * std::cos(angle), ringRadius * std::sin(angle), 0.0f),
                       kConeRadiusPerLineWidth * lineWidth, kConeHeightPerLineWidth * lineWidth);
@@ -110,16 +111,16 @@ osg::ShapeDrawable* createDirectionCone(float ringRadius, float lineWidth, int i
 
 osg::Image* createArrowImage()
 {
-    const int byteCount = kArrowImageSize * kArrowImageSize * kBytesPerPixel;
-    unsigned char* pixels = new unsigned char[byteCount];
-    for (int pixel = 0; pixel < kArrowImageSize * kArrowImageSize; ++pixel)
+    const std::size_t pixelCount = std::size_t(kArrowImageSize) * kArrowImageSize;
+    unsigned char* pixels = new unsigned char[pixelCount * kBytesPerPixel];
+    for (std::size_t pixel = 0; pixel < pixelCount; ++pixel)
         std::copy(kTransparentWhite, kTransparentWhite + kBytesPerPixel,
                   pixels + pixel * kBytesPerPixel);
     for (int row = kArrowFirstRow; row <= kArrowLastRow; ++row) {
         const int length = std::min(row, kArrowLastRow + 1 - row);
         for (int column = kArrowBaseColumn; column < kArrowBaseColumn + length; ++column)
             std::copy(kOpaqueBlack, kOpaqueBlack + kBytesPerPixel,
-                      pixels + (row * kArrowImageSize + column) * kBytesPerPixel);
+                      pixels + std::size_t(row * kArrowImageSize + column) * kBytesPerPixel);
     }
     osg::Image* image = new osg::Image;
     image->setImage(kArrowImageSize, kArrowImageSize, 1, GL_LUMINANCE8_ALPHA8, GL_LUMINANCE_ALPHA,
