@@ -46,7 +46,7 @@ class RotateDragger : public ThreeAxisDragger<Rotate1DDragger>
 {
 public:
     /// Drag mode set at a press on a ring.
-    static const int ROTATION_DRAG_MODE = 2;
+    static constexpr int ROTATION_DRAG_MODE = 2;
     static constexpr float DEFAULT_RING_RADIUS = 0.5f;
     static constexpr float DEFAULT_PICK_TUBE_RADIUS = 0.01f;
     /// Line width of the rings in pixels, also the scale of their cones.
