@@ -18,6 +18,11 @@ class Rotate1DDragger : public OneAxisHandle<osgManipulator::RotateCylinderDragg
 public:
     explicit Rotate1DDragger(bool keepPickColor);
 
+    /// Projects the pointer on a cylinder of `radius` about the handle's Z
+    /// (osgManipulator's default is 1), so that a ring of that radius turns
+    /// by the angle the pointer travels round it.
+    void setProjectionRadius(float radius);
+
 protected:
     ~Rotate1DDragger() override;
 };
