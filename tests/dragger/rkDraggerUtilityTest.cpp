@@ -205,7 +205,7 @@ TEST_F(CylinderShellGeode, HoldsTwoWallsAndTwoCaps)
     }
 }
 
-TEST_F(CylinderShellGeode, ArrowTextureRepeatsAroundAndClampsAlongTheAxis)
+TEST_F(CylinderShellGeode, ArrowTextureIsATriangleRepeatingAroundTheWalls)
 {
     const auto* texture = static_cast<const osg::Texture2D*>(
         geode->getStateSet()->getTextureAttribute(0, osg::StateAttribute::TEXTURE));
@@ -214,18 +214,9 @@ TEST_F(CylinderShellGeode, ArrowTextureRepeatsAroundAndClampsAlongTheAxis)
     EXPECT_EQ(texture->getWrap(osg::Texture::WRAP_T), osg::Texture::CLAMP_TO_EDGE);
     EXPECT_EQ(geode->getStateSet()->getTextureMode(0, GL_TEXTURE_2D), osg::StateAttribute::ON);
 
-    const osg::Image* image = arrowImage();
-    ASSERT_TRUE(image);
-    EXPECT_EQ(image->s(), 16);
-    EXPECT_EQ(image->t(), 16);
-    EXPECT_EQ(image->getInternalTextureFormat(), GL_LUMINANCE8_ALPHA8);
-    EXPECT_EQ(image->getPixelFormat(), GLenum(GL_LUMINANCE_ALPHA));
-    EXPECT_EQ(image->getDataType(), GLenum(GL_UNSIGNED_BYTE));
-    EXPECT_EQ(image->getTotalSizeInBytes(), 512u);
-}
+    ASSERT_TRUE(arrowImage());
+    ASSERT_EQ(arrowImage()->getTotalSizeInBytes(), 512u) << "16x16 luminance-alpha";
 
-TEST_F(CylinderShellGeode, ArrowIsATrianglePointingTowardsIncreasingS)
-{
     int opaque = 0;
     for (int row = 0; row < 16; ++row)
         for (int column = 0; column < 16; ++column) {

@@ -22,7 +22,6 @@ using namespace RkTest;
 
 namespace {
 
-const osg::Vec3d kAxes[3] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS};
 const double kRingRadius = 0.5;
 const double kThirtyDegrees = osg::DegreesToRadians(30.0);
 const double kAngleTolerance = 0.01;
@@ -73,15 +72,13 @@ protected:
         harness.root()->addChild(dragger.get());
     }
 
-    Rk::Translate1DDragger* arrow(int axis) const
+    osgManipulator::Dragger* arrow(int axis) const
     {
-        Rk::TranslateDragger* arrows = dragger->translateDragger();
-        return axis == 0 ? arrows->xDragger() : axis == 1 ? arrows->yDragger() : arrows->zDragger();
+        return dragger->translateDragger()->getDragger(axis);
     }
-    Rk::Rotate1DDragger* ring(int axis) const
+    osgManipulator::Dragger* ring(int axis) const
     {
-        Rk::RotateDragger* rings = dragger->rotateDragger();
-        return axis == 0 ? rings->xDragger() : axis == 1 ? rings->yDragger() : rings->zDragger();
+        return dragger->rotateDragger()->getDragger(axis);
     }
     osg::Vec2d onArrow(int axis, double distance) const
     {
@@ -317,7 +314,7 @@ TEST_F(FrameDraggerTest, DisabledDraggingIgnoresPressesAndEmitsNothing)
 
 TEST_F(FrameDraggerTest, PressOnAHandleThatIgnoresPickingClicksButMovesNothing)
 {
-    arrow(0)->enablePicking(false);
+    dragger->translateDragger()->xDragger()->enablePicking(false);
     SignalLog log(dragger.get());
     dragArrow(0, 0.7, 0.9);
     EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
