@@ -44,7 +44,7 @@ public:
     };
 
     /// Node mask of a shown dragger and traversal mask of the pick.
-    static const osg::Node::NodeMask DRAGGER_MASK = 0x400;
+    static constexpr osg::Node::NodeMask DRAGGER_MASK = 0x400;
     /// Largest pose difference (host metric) that the frame-time follow ignores.
     static constexpr double FOLLOW_TOLERANCE = 0.0001;
     /// Scale given to the components of a new dragger.

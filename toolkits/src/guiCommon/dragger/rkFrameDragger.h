@@ -70,7 +70,7 @@ protected:
 
 private:
     /// Drag mode that `showDraggers` gives both children.
-    static const int SHOWN_CHILD_DRAG_MODE = 3;
+    static constexpr int SHOWN_CHILD_DRAG_MODE = 3;
 
     void createChildren(Rk::DraggerReceiver* childReceiver, bool autoScaleToScreen);
     void pressed();

@@ -11,6 +11,13 @@ Rotate1DDragger::Rotate1DDragger(bool keepPickColor) : OneAxisHandle(keepPickCol
 
 Rotate1DDragger::~Rotate1DDragger() = default;
 
+void Rotate1DDragger::setProjectionRadius(float radius)
+{
+    osg::Cylinder* cylinder = new osg::Cylinder(*_projector->getCylinder());
+    cylinder->setRadius(radius);
+    _projector->setCylinder(cylinder);
+}
+
 RotateDragger::RotateDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScreen)
     : ThreeAxisDragger(receiver, ROTATION_DRAG_MODE), m_ringRadius(DEFAULT_RING_RADIUS),
       m_pickTubeRadius(DEFAULT_PICK_TUBE_RADIUS)
@@ -48,6 +55,8 @@ void RotateDragger::setupDefaultGeometry()
 {
     addToEveryHandle(RkDraggerUtility::createRotateDraggerTorusGeode(m_ringRadius, m_pickTubeRadius,
                                                                      RING_LINE_WIDTH));
+    for (Rotate1DDragger* handle : {xDragger(), yDragger(), zDragger()})
+        handle->setProjectionRadius(m_ringRadius);
     orientAndColourHandles();
 }
 

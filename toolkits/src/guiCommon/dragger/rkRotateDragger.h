@@ -18,6 +18,11 @@ class Rotate1DDragger : public OneAxisHandle<osgManipulator::RotateCylinderDragg
 public:
     explicit Rotate1DDragger(bool keepPickColor);
 
+    /// Projects the pointer on a cylinder of `radius` about the handle's Z
+    /// (osgManipulator's default is 1), so that a ring of that radius turns
+    /// by the angle the pointer travels round it.
+    void setProjectionRadius(float radius);
+
 protected:
     ~Rotate1DDragger() override;
 };
@@ -46,7 +51,7 @@ class RotateDragger : public ThreeAxisDragger<Rotate1DDragger>
 {
 public:
     /// Drag mode set at a press on a ring.
-    static const int ROTATION_DRAG_MODE = 2;
+    static constexpr int ROTATION_DRAG_MODE = 2;
     static constexpr float DEFAULT_RING_RADIUS = 0.5f;
     static constexpr float DEFAULT_PICK_TUBE_RADIUS = 0.01f;
     /// Line width of the rings in pixels, also the scale of their cones.

@@ -35,7 +35,12 @@ double commandAngle(const osg::Quat& start, const osg::Quat& now,
 /// Every handle works along or about its own Z axis; its matrix turns that
 /// onto the dragger's X, Y or Z. `setScale(s)` keeps this orientation: each
 /// handle's matrix becomes scale(s) followed by the rotation of its axis, so
-/// a scaled standalone dragger still shows three distinct axes.
+/// a scaled standalone dragger still shows three distinct axes. The base's
+/// `setScale` would replace the whole matrix with a pure scale and turn all
+/// three handles onto Z. `setupDefaultGeometry` sets the pure rotations
+/// again (dropping an earlier scale): call `setScale` after it. Inside a
+/// frame dragger the frame scales this dragger as a whole and the handles
+/// keep their own matrices.
 template <class Handle> class ThreeAxisDragger : public Composite3DDragger
 {
 public:

@@ -43,7 +43,7 @@ class TranslateDragger : public ThreeAxisDragger<Translate1DDragger>
 {
 public:
     /// Drag mode set at a press on an arrow.
-    static const int TRANSLATION_DRAG_MODE = 1;
+    static constexpr int TRANSLATION_DRAG_MODE = 1;
     static constexpr float DEFAULT_LINE_WIDTH = 3.0f;
     static constexpr float DEFAULT_CONE_RADIUS = 0.06f;
     static constexpr float DEFAULT_CONE_HEIGHT = 0.15f;

@@ -1,0 +1,485 @@
+#include "rkFrameDragger.h"
+#include "rkGizmoTestHelpers.h"
+#include "rkPlugin.h"
+#include "rkViewerHarness.h"
+
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+#include <osg/LineWidth>
+#include <osg/ShapeDrawable>
+
+#include <osgDB/WriteFile>
+#include <osgViewer/Viewer>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+
+using Rk::Composite3DDragger;
+using Rk::FrameDragger;
+using namespace RkTest;
+
+namespace {
+
+const double kRingRadius = 0.5;
+const double kThirtyDegrees = osg::DegreesToRadians(30.0);
+const double kAngleTolerance = 0.01;
+Rk::DraggerReceiver* const kNoReceiver = nullptr;
+const osg::Node::NodeMask kShownMask = Composite3DDragger::DRAGGER_MASK;
+
+/// The world point of `local` in the coordinates of `node`.
+osg::Vec3d worldOf(osg::Node* node, const osg::Vec3d& local)
+{
+    return local * osg::computeLocalToWorld(node->getParentalNodePaths().front());
+}
+
+/// Records the frame dragger's signals in the order they come.
+struct SignalLog
+{
+    explicit SignalLog(FrameDragger* dragger)
+    {
+        QObject::connect(dragger, &Composite3DDragger::signalPoseClicked,
+                         [this] { names.push_back("clicked"); });
+        QObject::connect(dragger, &Composite3DDragger::signalPoseChanged,
+                         [this] { names.push_back("changed"); });
+        QObject::connect(dragger, &Composite3DDragger::signalCommandValueChanged,
+                         [this](double value) {
+                             names.push_back("value");
+                             values.push_back(value);
+                         });
+        QObject::connect(dragger, &Composite3DDragger::signalCommandValueDone,
+                         [this] { names.push_back("done"); });
+    }
+    int count(const std::string& name) const
+    {
+        return int(std::count(names.begin(), names.end(), name));
+    }
+
+    std::vector<std::string> names;
+    std::vector<double> values;
+};
+
+class FrameDraggerTest : public ::testing::Test
+{
+protected:
+    FrameDraggerTest() : harness(osg::Vec3d(2.5, -5.0, 3.0))
+    {
+        dragger = new FrameDragger(store.makeReceiver(), false);
+        dragger->setupDefaultGeometry();
+        dragger->setScale(1.0);
+        static_cast<Composite3DDragger*>(dragger.get())->showDraggers(true);
+        harness.root()->addChild(dragger.get());
+    }
+
+    osgManipulator::Dragger* arrow(int axis) const
+    {
+        return dragger->translateDragger()->getDragger(axis);
+    }
+    osgManipulator::Dragger* ring(int axis) const
+    {
+        return dragger->rotateDragger()->getDragger(axis);
+    }
+    osg::Vec2d onArrow(int axis, double distance) const
+    {
+        return harness.project(worldOf(arrow(axis), osg::Z_AXIS * distance));
+    }
+    osg::Vec2d onRing(int axis, double degrees) const
+    {
+        const double radians = osg::DegreesToRadians(degrees);
+        return harness.project(worldOf(ring(axis), osg::Vec3d(kRingRadius * std::cos(radians),
+                                                              kRingRadius * std::sin(radians), 0)));
+    }
+    /// Looks down the dragger's Z axis, a little off it, so the Z ring follows the pointer.
+    void lookDownZ()
+    {
+        const osg::Vec3d origin = dragger->getMatrix().getTrans();
+        harness.lookAt(origin + osg::Vec3d(0.4, -0.6, 5), origin, osg::Y_AXIS);
+    }
+    /// Press at `from`, `steps` drag steps to `to`, release there: all points
+    /// taken before the press, as a user's hand does not follow the model.
+    void dragArrow(int axis, double from, double to, int steps = 4)
+    {
+        harness.dragFromTo(onArrow(axis, from), onArrow(axis, to), steps);
+    }
+    void turnZRing(double fromDegrees, double toDegrees, bool release = true)
+    {
+        const double step = (toDegrees - fromDegrees) / 3;
+        const osg::Vec2d points[] = {onRing(2, fromDegrees), onRing(2, fromDegrees + step),
+                                     onRing(2, fromDegrees + 2 * step), onRing(2, toDegrees)};
+        harness.press(points[0]);
+        for (int i = 1; i < 4; ++i)
+            harness.drag(points[i]);
+        if (release)
+            harness.release(points[3]);
+    }
+
+    PoseStore store;
+    ViewerHarness harness;
+    osg::ref_ptr<FrameDragger> dragger;
+};
+
+} // namespace
+
+TEST(FrameDragger, ChildrenAreTranslateThenRotateAndFrameMovesForAllSixHandles)
+{
+    PoseStore store;
+    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(store.makeReceiver(), true);
+    ASSERT_EQ(dragger->getNumChildren(), 2u);
+    EXPECT_EQ(dragger->getChild(0), dragger->translateDragger());
+    EXPECT_EQ(dragger->getChild(1), dragger->rotateDragger());
+    ASSERT_EQ(dragger->getNumDraggers(), 2u);
+    EXPECT_EQ(dragger->getDragger(0), dragger->translateDragger());
+    EXPECT_EQ(dragger->getDragger(1), dragger->rotateDragger());
+    EXPECT_EQ(dragger->translateDragger()->receiver(), dragger->receiver());
+    EXPECT_EQ(dragger->rotateDragger()->receiver(), dragger->receiver());
+    EXPECT_EQ(dragger->rotateDragger()->getNumChildren(), 1u) << "auto-scale chain";
+    for (osgManipulator::Dragger* handle :
+         {static_cast<osgManipulator::Dragger*>(dragger->translateDragger()->xDragger()),
+          static_cast<osgManipulator::Dragger*>(dragger->translateDragger()->zDragger()),
+          static_cast<osgManipulator::Dragger*>(dragger->rotateDragger()->yDragger())}) {
+        EXPECT_EQ(handle->getParentDragger(), dragger.get());
+        EXPECT_EQ(handle->getNumChildren(), 0u);
+    }
+
+    Rk::PluginGUI gui;
+    osg::ref_ptr<FrameDragger> forPlugin = new FrameDragger(&gui, false);
+    EXPECT_TRUE(forPlugin->receiver());
+    EXPECT_FALSE(forPlugin->translateDragger()->receiver());
+    EXPECT_FALSE(forPlugin->rotateDragger()->receiver());
+}
+
+TEST(FrameDragger, SetupBuildsBothChildrenAndReappliesTheScale)
+{
+    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
+    QSignalSpy scaleChanged(dragger.get(), &Composite3DDragger::signalScaleChanged);
+    dragger->setupDefaultGeometry();
+    EXPECT_EQ(scaleChanged.count(), 1);
+    EXPECT_EQ(dragger->translateDragger()->getMatrix(), osg::Matrixd::scale(0.3, 0.3, 0.3));
+    EXPECT_EQ(dragger->rotateDragger()->getMatrix(), osg::Matrixd::scale(0.3, 0.3, 0.3));
+    EXPECT_EQ(dragger->translateDragger()->yDragger()->getNumChildren(), 2u);
+    EXPECT_EQ(dragger->rotateDragger()->yDragger()->getNumChildren(), 1u);
+    EXPECT_TRUE(closeTo(osg::Z_AXIS * dragger->translateDragger()->xDragger()->getMatrix(),
+                        osg::X_AXIS, 1e-12))
+        << "the frame's scale leaves its handles on their axes";
+}
+
+TEST(FrameDragger, CylinderGeometryMapsEachArgumentToBothChildren)
+{
+    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
+    dragger->setCylinderGeometry(0.5f, 0.15f, 3.0f);
+    dragger->setupDefaultGeometry();
+
+    const osg::Node* shaft = dragger->translateDragger()->xDragger()->getChild(0);
+    EXPECT_FLOAT_EQ(static_cast<const osg::LineWidth*>(
+                        shaft->getStateSet()->getAttribute(osg::StateAttribute::LINEWIDTH))
+                        ->getWidth(),
+                    3.0f);
+    const auto* cone = static_cast<const osg::Cone*>(dragger->translateDragger()
+                                                         ->xDragger()
+                                                         ->getChild(1)
+                                                         ->asGeode()
+                                                         ->getDrawable(0)
+                                                         ->getShape());
+    EXPECT_FLOAT_EQ(cone->getRadius(), 0.5f);
+    EXPECT_FLOAT_EQ(cone->getHeight(), 0.15f);
+
+    const osg::Geode* torus = dragger->rotateDragger()->xDragger()->getChild(0)->asGeode();
+    const auto& pickTorus =
+        *static_cast<const osg::Vec3Array*>(torus->getDrawable(0)->asGeometry()->getVertexArray());
+    const auto& line =
+        *static_cast<const osg::Vec3Array*>(torus->getDrawable(1)->asGeometry()->getVertexArray());
+    EXPECT_NEAR(line[0].x(), 0.5f, 1e-6f) << "ring radius";
+    EXPECT_NEAR(pickTorus[0].x(), 3.5f, 1e-6f) << "ring radius plus pick tube radius";
+}
+
+TEST(FrameDragger, ShowDraggersSwitchesChildrenAndHandlesButNotItself)
+{
+    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
+    dragger->setupDefaultGeometry();
+    dragger->setNodeMask(0x1);
+    dragger->showDraggers(true);
+    EXPECT_EQ(dragger->getNodeMask(), 0x1u);
+    EXPECT_EQ(dragger->translateDragger()->getNodeMask(), kShownMask);
+    EXPECT_EQ(dragger->rotateDragger()->zDragger()->getNodeMask(), kShownMask);
+    EXPECT_EQ(dragger->translateDragger()->dragMode(), 3);
+    EXPECT_EQ(dragger->rotateDragger()->dragMode(), 3);
+
+    dragger->showDraggers(false);
+    EXPECT_EQ(dragger->getNodeMask(), 0x1u);
+    for (osg::Node* node : {static_cast<osg::Node*>(dragger->translateDragger()),
+                            static_cast<osg::Node*>(dragger->rotateDragger()),
+                            static_cast<osg::Node*>(dragger->translateDragger()->xDragger()),
+                            static_cast<osg::Node*>(dragger->rotateDragger()->zDragger())})
+        EXPECT_EQ(node->getNodeMask(), 0u);
+}
+
+TEST_F(FrameDraggerTest, LiveDragWritesTheReceiverAtEveryStep)
+{
+    SignalLog log(dragger.get());
+    const osg::Vec2d from = onArrow(0, 0.7);
+    const osg::Vec2d to = onArrow(0, 1.1);
+
+    EXPECT_TRUE(harness.press(from));
+    EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked"}));
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::X_AXIS);
+    EXPECT_EQ(dragger->dragMode(), 1);
+    for (int step = 1; step <= 4; ++step) {
+        harness.drag(from + (to - from) * (step / 4.0));
+        EXPECT_EQ(store.writes.size(), size_t(step));
+        EXPECT_EQ(store.pose.getTrans(), dragger->getMatrix().getTrans());
+    }
+    EXPECT_EQ(shownColour(arrow(0)), kPickYellow);
+    EXPECT_EQ(log.count("changed"), 4);
+
+    harness.release(to);
+    ASSERT_EQ(store.writes.size(), 6u);
+    EXPECT_TRUE(store.writes[4].isIdentity()) << "the arrows' own dragger writes its own matrix";
+    EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(0.4, 0, 0), 1e-3));
+    EXPECT_EQ(log.names.back(), "done");
+    EXPECT_EQ(log.names[log.names.size() - 2], "changed");
+    EXPECT_EQ(log.count("changed"), 5);
+    EXPECT_EQ(log.count("value"), 0);
+    EXPECT_EQ(shownColour(arrow(0)), kRed);
+    EXPECT_EQ(store.pose, dragger->getMatrix()) << "the frame's own write comes last";
+}
+
+TEST_F(FrameDraggerTest, DeferredDragWritesOnlyAtRelease)
+{
+    dragger->setValueOnRelease(true);
+    SignalLog log(dragger.get());
+    const osg::Vec2d points[] = {onArrow(2, 0.7), onArrow(2, 0.8), onArrow(2, 0.9),
+                                 onArrow(2, 1.0)};
+    const osg::Vec2d to = points[3];
+    harness.press(points[0]);
+    for (int step = 1; step <= 3; ++step)
+        harness.drag(points[step]);
+    EXPECT_TRUE(store.writes.empty());
+    ASSERT_EQ(log.values.size(), 3u);
+    EXPECT_NEAR(log.values[0], 0.1, 1e-3);
+    EXPECT_NEAR(log.values[2], 0.3, 1e-3);
+    EXPECT_EQ(log.count("changed"), 0);
+
+    harness.release(to);
+    EXPECT_FALSE(store.writes.empty());
+    EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(0, 0, 0.3), 1e-3));
+    EXPECT_EQ(log.names.back(), "done");
+    EXPECT_EQ(log.count("changed"), 1);
+}
+
+TEST_F(FrameDraggerTest, TurnedFrameReportsTheDistanceInItsOwnFrame)
+{
+    store.pose = osg::Matrixd::rotate(osg::PI_2, osg::Z_AXIS);
+    harness.frame();
+    dragger->setValueOnRelease(true);
+    SignalLog log(dragger.get());
+
+    dragArrow(Composite3DDragger::Y_AXIS, 0.7, 0.9);
+    ASSERT_FALSE(log.values.empty());
+    EXPECT_NEAR(log.values.back(), 0.2, 1e-3);
+    EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(-0.2, 0, 0), 1e-3))
+        << "the frame's Y is the world's -X";
+}
+
+TEST_F(FrameDraggerTest, TurningTheZRingBackwardsReportsANegativeAngle)
+{
+    lookDownZ();
+    dragger->setValueOnRelease(true);
+    SignalLog log(dragger.get());
+    turnZRing(70, 40, false);
+    EXPECT_EQ(dragger->dragMode(), 2);
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::Z_AXIS);
+    ASSERT_EQ(log.values.size(), 3u);
+    EXPECT_NEAR(log.values.back(), -kThirtyDegrees, kAngleTolerance);
+    EXPECT_TRUE(store.writes.empty());
+
+    harness.release(harness.project(dragger->getMatrix().getTrans()));
+    double angle = 0.0;
+    osg::Vec3d axis;
+    store.pose.getRotate().getRotate(angle, axis);
+    EXPECT_NEAR(angle, -log.values.back(), 1e-6);
+    EXPECT_TRUE(closeTo(axis, -osg::Z_AXIS, 1e-6));
+}
+
+TEST_F(FrameDraggerTest, DisabledDraggingIgnoresPressesAndEmitsNothing)
+{
+    dragger->setDraggingEnabled(false);
+    SignalLog log(dragger.get());
+    EXPECT_FALSE(harness.press(onArrow(0, 0.7)));
+    harness.release(onArrow(0, 0.9));
+    EXPECT_TRUE(log.names.empty());
+    EXPECT_TRUE(store.writes.empty());
+    EXPECT_FALSE(arrow(0)->getDraggerActive());
+}
+
+TEST_F(FrameDraggerTest, PressOnAHandleThatIgnoresPickingClicksButMovesNothing)
+{
+    dragger->translateDragger()->xDragger()->enablePicking(false);
+    SignalLog log(dragger.get());
+    dragArrow(0, 0.7, 0.9);
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
+    EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked", "changed", "done"}));
+    EXPECT_EQ(store.writes.size(), 1u) << "only the frame's write at the release";
+    EXPECT_TRUE(store.pose.isIdentity());
+}
+
+TEST_F(FrameDraggerTest, AlignedReleaseReseatsTheDraggerOnTheReferenceFrame)
+{
+    const osg::Quat referenceFrame(osg::PI_2, osg::Z_AXIS);
+    const osg::Quat hostRotation(osg::DegreesToRadians(20.0), osg::X_AXIS);
+    store.pose = osg::Matrixd::rotate(hostRotation) * osg::Matrixd::translate(0.2, 0, 0);
+    dragger->setReferenceFrame(referenceFrame);
+    dragger->setIsAlignedWithReferenceFrame(true);
+    harness.frame();
+    ASSERT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
+
+    lookDownZ();
+    turnZRing(40, 70);
+
+    EXPECT_NEAR(dragger->commandValue(), 0.0, 1e-12) << "live drags report no value";
+    const osg::Quat receiverRotation = store.pose.getRotate();
+    double angle = 0.0;
+    osg::Vec3d axis;
+    // The turn comes before the alignment rotation: the host frame turns
+    // about its own Z, which the aligned dragger shows as its Z ring.
+    (receiverRotation * hostRotation.inverse()).getRotate(angle, axis);
+    EXPECT_NEAR(angle, kThirtyDegrees, kAngleTolerance);
+    EXPECT_TRUE(closeTo(axis, osg::Z_AXIS, 1e-6));
+
+    EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
+    EXPECT_EQ(dragger->getMatrix().getTrans(), store.pose.getTrans());
+    const osg::Quat expectedAlignment = referenceFrame.inverse() * receiverRotation;
+    EXPECT_LT((dragger->alignmentRotation().asVec4() - expectedAlignment.asVec4()).length(), 1e-12);
+    harness.frame();
+    EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame) << "and it stays seated";
+}
+
+TEST(FrameDragger, PluginFormWritesTheEndEffectorParameter)
+{
+    ViewerHarness harness(osg::Vec3d(2.5, -5.0, 3.0));
+    Rk::PluginGUI gui;
+    gui.setParam<Rk::PARAM_END_EFFECTOR_POSE, osg::Matrixd>(osg::Matrixd::translate(0, 0, 0.1));
+    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(&gui, false);
+    dragger->setupDefaultGeometry();
+    dragger->setScale(1.0);
+    static_cast<Composite3DDragger*>(dragger.get())->showDraggers(true);
+    harness.root()->addChild(dragger.get());
+
+    const osg::Vec3d start = dragger->getMatrix().getTrans();
+    harness.dragFromTo(harness.project(start + osg::Y_AXIS * 0.7),
+                       harness.project(start + osg::Y_AXIS * 0.4));
+    const osg::Matrixd written = gui.param<Rk::PARAM_END_EFFECTOR_POSE, osg::Matrixd>();
+    EXPECT_TRUE(closeTo(written.getTrans(), osg::Vec3d(0, -0.3, 0.1), 1e-3));
+}
+
+namespace {
+
+const int kWindowWidth = 800;
+const int kWindowHeight = 600;
+
+/// Copies the back buffer into an image after each frame, before the swap.
+struct ReadBack : public osg::Camera::DrawCallback
+{
+    explicit ReadBack(osg::Image* target) : image(target) {}
+    void operator()(osg::RenderInfo&) const override
+    {
+        image->readPixels(0, 0, kWindowWidth, kWindowHeight, GL_RGB, GL_UNSIGNED_BYTE);
+    }
+    osg::ref_ptr<osg::Image> image;
+};
+
+/// A real window on the display named by DISPLAY, or null.
+osg::GraphicsContext* openWindow()
+{
+    if (!std::getenv("DISPLAY"))
+        return nullptr;
+    osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;
+    traits->readDISPLAY();
+    traits->width = kWindowWidth;
+    traits->height = kWindowHeight;
+    traits->windowDecoration = false;
+    traits->doubleBuffer = true;
+    osg::GraphicsContext* window = osg::GraphicsContext::createGraphicsContext(traits.get());
+    return window && window->valid() ? window : nullptr;
+}
+
+/// Whether a pixel within one of `window` (y up) has the colour `rgb`
+/// (each channel 255 or 0 as given, with some tolerance).
+bool colourNear(const osg::Image& image, const osg::Vec2d& window, const osg::Vec3& rgb)
+{
+    for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) {
+            const unsigned char* pixel = image.data(int(window.x()) + dx, int(window.y()) + dy);
+            bool match = true;
+            for (int channel = 0; channel < 3; ++channel)
+                match = match && std::abs(pixel[channel] - 255.0f * rgb[channel]) < 40.0f;
+            if (match)
+                return true;
+        }
+    return false;
+}
+
+bool background(const osg::Image& image, const osg::Vec2d& window)
+{
+    const unsigned char* pixel = image.data(int(window.x()), int(window.y()));
+    return pixel[0] < 20 && pixel[1] < 20 && pixel[2] < 20;
+}
+
+} // namespace
+
+TEST(FrameDraggerRendering, ArrowsAndRingsShowTheirColoursWhilePickShapesDrawNothing)
+{
+    osg::ref_ptr<osg::GraphicsContext> window = openWindow();
+    if (!window)
+        GTEST_SKIP() << "no X display to draw on";
+
+    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
+    // A thick pick torus: were it drawn, it would show well beside the ring line.
+    dragger->rotateDragger()->setGeometryProperties(0.1f, 0.5f);
+    dragger->setupDefaultGeometry();
+    dragger->setScale(1.0);
+    static_cast<Composite3DDragger*>(dragger.get())->showDraggers(true);
+
+    osgViewer::Viewer viewer;
+    viewer.setThreadingModel(osgViewer::Viewer::SingleThreaded);
+    viewer.setSceneData(dragger.get());
+    osg::Camera* camera = viewer.getCamera();
+    camera->setGraphicsContext(window.get());
+    camera->setViewport(0, 0, kWindowWidth, kWindowHeight);
+    camera->setProjectionMatrixAsPerspective(30.0, double(kWindowWidth) / kWindowHeight, 0.1, 100);
+    camera->setViewMatrixAsLookAt(osg::Vec3d(2.0, -3.0, 2.0), osg::Vec3d(0.1, 0.1, 0.1),
+                                  osg::Z_AXIS);
+    camera->setClearColor(osg::Vec4(0, 0, 0, 1));
+    osg::ref_ptr<osg::Image> image = new osg::Image;
+    camera->setFinalDrawCallback(new ReadBack(image.get()));
+    viewer.setCameraManipulator(nullptr);
+    viewer.realize();
+    for (int frame = 0; frame < 3; ++frame)
+        viewer.frame();
+    ASSERT_EQ(image->s(), kWindowWidth);
+    if (const char* path = std::getenv("RK_RENDERING_PNG"))
+        osgDB::writeImageFile(*image, path);
+
+    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
+                                  camera->getViewport()->computeWindowMatrix();
+    auto windowOf = [&](osg::Node* node, const osg::Vec3d& local) {
+        const osg::Vec3d point = worldOf(node, local) * toWindow;
+        return osg::Vec2d(point.x(), point.y());
+    };
+    const osg::Vec3 colours[3] = {osg::Vec3(1, 0, 0), osg::Vec3(0, 1, 0), osg::Vec3(0, 0, 1)};
+    const double between = osg::DegreesToRadians(22.5); // between two direction cones
+    for (int axis = 0; axis < 3; ++axis) {
+        SCOPED_TRACE(axis);
+        osg::Node* arrow = dragger->translateDragger()->getDragger(axis);
+        osg::Node* ring = dragger->rotateDragger()->getDragger(axis);
+        EXPECT_TRUE(colourNear(*image, windowOf(arrow, osg::Vec3d(0, 0, 0.75)), colours[axis]));
+        EXPECT_TRUE(colourNear(
+            *image, windowOf(ring, osg::Vec3d(std::cos(between), std::sin(between), 0) * 0.5),
+            colours[axis]));
+        EXPECT_TRUE(background(
+            *image, windowOf(ring, osg::Vec3d(std::cos(between), std::sin(between), 0) * 0.575)))
+            << "pick torus";
+        EXPECT_TRUE(background(*image, windowOf(arrow, osg::Vec3d(0.025, 0, 0.75))))
+            << "pick cylinder";
+    }
+}

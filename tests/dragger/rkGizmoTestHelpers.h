@@ -1,0 +1,54 @@
+#ifndef RK_GIZMO_TEST_HELPERS_H
+#define RK_GIZMO_TEST_HELPERS_H
+
+#include "rkDraggerReceiver.h"
+
+#include <osg/Material>
+#include <osg/Node>
+#include <osg/ref_ptr>
+
+#include <vector>
+
+namespace RkTest {
+
+/// A host pose behind a receiver, with a log of every write.
+struct PoseStore
+{
+    osg::Matrixd pose;
+    std::vector<osg::Matrixd> writes;
+
+    Rk::DraggerReceiver* makeReceiver()
+    {
+        return new Rk::DraggerReceiver([this] { return pose; },
+                                       [this](const osg::Matrixd& matrix) {
+                                           pose = matrix;
+                                           writes.push_back(matrix);
+                                       });
+    }
+};
+
+/// The diffuse colour that osgManipulator's material colouring gave `node`.
+inline osg::Vec4 shownColour(const osg::Node* node)
+{
+    const osg::StateSet* stateSet = node->getStateSet();
+    const osg::Material* material = stateSet
+                                        ? dynamic_cast<const osg::Material*>(
+                                              stateSet->getAttribute(osg::StateAttribute::MATERIAL))
+                                        : nullptr;
+    return material ? material->getDiffuse(osg::Material::FRONT) : osg::Vec4();
+}
+
+inline bool closeTo(const osg::Vec3d& a, const osg::Vec3d& b, double tolerance)
+{
+    return (a - b).length() <= tolerance;
+}
+
+const osg::Vec4 kRed(1.0f, 0.0f, 0.0f, 1.0f);
+const osg::Vec4 kGreen(0.0f, 1.0f, 0.0f, 1.0f);
+const osg::Vec4 kBlue(0.0f, 0.0f, 1.0f, 1.0f);
+/// osgManipulator's default pick colour of its one-axis draggers.
+const osg::Vec4 kPickYellow(1.0f, 1.0f, 0.0f, 1.0f);
+
+} // namespace RkTest
+
+#endif

@@ -1,0 +1,269 @@
+#include "rkRotateDragger.h"
+#include "rkGizmoTestHelpers.h"
+#include "rkViewerHarness.h"
+
+#include <gtest/gtest.h>
+#include <osg/AutoTransform>
+#include <osg/Geometry>
+#include <osgManipulator/AntiSquish>
+
+#include <cmath>
+
+using Rk::Composite3DDragger;
+using Rk::RotateDragger;
+using namespace RkTest;
+
+namespace {
+
+const osg::Vec3d kEye(1.5, -3.0, 4.0);
+const double kRingRadius = 0.5;
+
+class RotateDraggerTest : public ::testing::Test
+{
+protected:
+    RotateDraggerTest() : harness(kEye)
+    {
+        dragger = new RotateDragger(store.makeReceiver(), false);
+        dragger->setupDefaultGeometry();
+        dragger->showDraggers(true);
+        harness.root()->addChild(dragger.get());
+    }
+
+    /// Window point of the ring of `axis` at `degrees` round its own Z.
+    osg::Vec2d onRing(int axis, double degrees) const
+    {
+        const double radians = osg::DegreesToRadians(degrees);
+        const osg::Vec3d local(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0);
+        return harness.project(local * dragger->getDragger(axis)->getMatrix() *
+                               dragger->getMatrix());
+    }
+
+    /// Looks at the dragger from a little off the axis of `axis`: the ring is
+    /// seen nearly face-on, and osgManipulator projects the pointer on the
+    /// ring's plane, so that the ring follows the pointer round.
+    void lookAlong(int axis)
+    {
+        const osg::Vec3d eyes[3] = {osg::Vec3d(5, 0.4, 0.6), osg::Vec3d(0.4, -5, 0.6),
+                                    osg::Vec3d(0.4, -0.6, 5)};
+        harness.lookAt(eyes[axis], osg::Vec3d(), axis == 2 ? osg::Y_AXIS : osg::Z_AXIS);
+    }
+    /// Presses on the ring of `axis` at `fromDegrees`, drags round to
+    /// `toDegrees` in three steps and, if asked, releases there.
+    void turnRing(int axis, double fromDegrees, double toDegrees, bool release = true)
+    {
+        const double step = (toDegrees - fromDegrees) / 3;
+        const osg::Vec2d points[] = {onRing(axis, fromDegrees), onRing(axis, fromDegrees + step),
+                                     onRing(axis, fromDegrees + 2 * step), onRing(axis, toDegrees)};
+        harness.press(points[0]);
+        for (int i = 1; i < 4; ++i)
+            harness.drag(points[i]);
+        if (release)
+            harness.release(points[3]);
+    }
+
+    PoseStore store;
+    ViewerHarness harness;
+    osg::ref_ptr<RotateDragger> dragger;
+};
+
+} // namespace
+
+/// Angle in radians by which `matrix` turns about `axis`, signed.
+double turnAbout(const osg::Matrixd& matrix, const osg::Vec3d& axis)
+{
+    double angle = 0.0;
+    osg::Vec3d turnAxis;
+    matrix.getRotate().getRotate(angle, turnAxis);
+    return turnAxis * axis > 0 ? angle : -angle;
+}
+
+const osg::Vec3d kAxes[3] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS};
+const double kThirtyDegrees = osg::DegreesToRadians(30.0);
+// The pointer lands on whole window points a little off the ring's plane.
+const double kAngleTolerance = 0.01;
+
+TEST(RotateDragger, ConstructionPutsTheRingsBelowTheDraggerOrTheScreenScaleChain)
+{
+    osg::ref_ptr<RotateDragger> plain = new RotateDragger(nullptr, false);
+    ASSERT_EQ(plain->getNumChildren(), 3u);
+    EXPECT_EQ(plain->getChild(0), plain->xDragger());
+    EXPECT_EQ(plain->getChild(2), plain->zDragger());
+
+    osg::ref_ptr<RotateDragger> scaled = new RotateDragger(nullptr, true);
+    ASSERT_EQ(scaled->getNumChildren(), 1u);
+    auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(scaled->getChild(0));
+    ASSERT_TRUE(antiSquish);
+    ASSERT_EQ(antiSquish->getNumChildren(), 1u);
+    auto* autoTransform = dynamic_cast<osg::AutoTransform*>(antiSquish->getChild(0));
+    ASSERT_TRUE(autoTransform);
+    EXPECT_TRUE(autoTransform->getAutoScaleToScreen());
+    ASSERT_EQ(autoTransform->getNumChildren(), 1u);
+    auto* scaler = dynamic_cast<osg::MatrixTransform*>(autoTransform->getChild(0));
+    ASSERT_TRUE(scaler);
+    EXPECT_EQ(scaler->getMatrix(), osg::Matrixd::scale(50, 50, 50));
+    ASSERT_EQ(scaler->getNumChildren(), 3u);
+    EXPECT_EQ(scaler->getChild(1), scaled->yDragger());
+
+    for (RotateDragger* dragger : {plain.get(), scaled.get()}) {
+        Rk::Rotate1DDragger* handles[] = {dragger->xDragger(), dragger->yDragger(),
+                                          dragger->zDragger()};
+        ASSERT_EQ(dragger->getNumDraggers(), 3u);
+        for (unsigned int axis = 0; axis < 3; ++axis) {
+            EXPECT_EQ(dragger->getDragger(axis), handles[axis]);
+            EXPECT_EQ(handles[axis]->getNumChildren(), 0u);
+            EXPECT_EQ(handles[axis]->getParentDragger(), dragger);
+        }
+    }
+    EXPECT_STREQ(plain->xDragger()->className(), "RotateCylinderDragger");
+}
+
+TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheRings)
+{
+    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
+    dragger->setupDefaultGeometry();
+    osg::Node* torus = dragger->xDragger()->getChild(0);
+    for (Rk::Rotate1DDragger* handle :
+         {dragger->xDragger(), dragger->yDragger(), dragger->zDragger()}) {
+        ASSERT_EQ(handle->getNumChildren(), 1u);
+        EXPECT_EQ(handle->getChild(0), torus);
+    }
+    const osg::Geode* geode = torus->asGeode();
+    ASSERT_EQ(geode->getNumDrawables(), 10u);
+    const auto& pickTorus =
+        *static_cast<const osg::Vec3Array*>(geode->getDrawable(0)->asGeometry()->getVertexArray());
+    const auto& ring =
+        *static_cast<const osg::Vec3Array*>(geode->getDrawable(1)->asGeometry()->getVertexArray());
+    EXPECT_NEAR(pickTorus[0].x(), 0.51f, 1e-6f);
+    EXPECT_NEAR(ring[0].x(), 0.5f, 1e-6f);
+    EXPECT_FLOAT_EQ(static_cast<const osg::Cone*>(geode->getDrawable(2)->getShape())->getRadius(),
+                    0.03f);
+
+    EXPECT_TRUE(closeTo(osg::Z_AXIS * dragger->xDragger()->getMatrix(), osg::X_AXIS, 1e-12));
+    EXPECT_TRUE(closeTo(osg::Z_AXIS * dragger->yDragger()->getMatrix(), osg::Y_AXIS, 1e-12));
+    EXPECT_TRUE(dragger->zDragger()->getMatrix().isIdentity());
+    EXPECT_EQ(shownColour(dragger->xDragger()), kRed);
+    EXPECT_EQ(shownColour(dragger->yDragger()), kGreen);
+    EXPECT_EQ(shownColour(dragger->zDragger()), kBlue);
+}
+
+TEST(RotateDragger, GeometryPropertiesTakeTubeRadiusFirst)
+{
+    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
+    dragger->setGeometryProperties(0.02f, 0.8f);
+    dragger->setupDefaultGeometry();
+    const osg::Geode* geode = dragger->zDragger()->getChild(0)->asGeode();
+    const auto& pickTorus =
+        *static_cast<const osg::Vec3Array*>(geode->getDrawable(0)->asGeometry()->getVertexArray());
+    const auto& ring =
+        *static_cast<const osg::Vec3Array*>(geode->getDrawable(1)->asGeometry()->getVertexArray());
+    EXPECT_NEAR(pickTorus[0].x(), 0.82f, 1e-6f);
+    EXPECT_NEAR(ring[0].x(), 0.8f, 1e-6f);
+}
+
+TEST_F(RotateDraggerTest, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)
+{
+    for (int axis = 0; axis < 3; ++axis) {
+        SCOPED_TRACE(axis);
+        lookAlong(axis);
+        store.pose = osg::Matrixd();
+        harness.frame();
+        store.writes.clear();
+
+        turnRing(axis, 40, 70, false);
+        EXPECT_TRUE(store.writes.empty());
+        EXPECT_EQ(dragger->activeAxis(), axis);
+        EXPECT_EQ(dragger->dragMode(), RotateDragger::ROTATION_DRAG_MODE);
+        EXPECT_NEAR(dragger->commandValue(), kThirtyDegrees, kAngleTolerance);
+        EXPECT_NEAR(turnAbout(dragger->getMatrix(), kAxes[axis]), dragger->commandValue(), 1e-9);
+        harness.release(onRing(axis, 70));
+
+        ASSERT_EQ(store.writes.size(), 1u);
+        EXPECT_NEAR(turnAbout(store.pose, kAxes[axis]), dragger->commandValue(), 1e-6);
+        EXPECT_TRUE(closeTo(osg::Matrixd::transform3x3(kAxes[axis], store.pose), kAxes[axis], 1e-6))
+            << "the axis itself stays put";
+        EXPECT_EQ(dragger->activeAxis(), axis);
+    }
+}
+
+TEST_F(RotateDraggerTest, TurningBackwardsGivesANegativeAngle)
+{
+    lookAlong(Composite3DDragger::Z_AXIS);
+    turnRing(Composite3DDragger::Z_AXIS, 70, 40, false);
+    EXPECT_NEAR(dragger->commandValue(), -kThirtyDegrees, kAngleTolerance);
+    EXPECT_NEAR(turnAbout(dragger->getMatrix(), osg::Z_AXIS), dragger->commandValue(), 1e-9);
+    harness.release(onRing(Composite3DDragger::Z_AXIS, 40));
+}
+
+TEST_F(RotateDraggerTest, EachPressMeasuresFromThePoseAtThatPress)
+{
+    lookAlong(Composite3DDragger::Z_AXIS);
+    turnRing(Composite3DDragger::Z_AXIS, 40, 70);
+    const osg::Quat afterFirst = dragger->getMatrix().getRotate();
+
+    turnRing(Composite3DDragger::Z_AXIS, 45, 65, false);
+    EXPECT_TRUE(dragger->startRotation() == afterFirst);
+    EXPECT_NEAR(dragger->commandValue(), osg::DegreesToRadians(20.0), kAngleTolerance);
+    harness.release(onRing(Composite3DDragger::Z_AXIS, 45));
+    harness.press(onRing(Composite3DDragger::Z_AXIS, 45));
+    EXPECT_EQ(dragger->commandValue(), 0.0) << "a new press starts from zero";
+    harness.release(onRing(Composite3DDragger::Z_AXIS, 45));
+    EXPECT_NEAR(turnAbout(store.pose, osg::Z_AXIS), osg::DegreesToRadians(50.0),
+                2 * kAngleTolerance);
+}
+
+TEST_F(RotateDraggerTest, TurnedPoseTurnsAboutItsOwnAxis)
+{
+    const osg::Matrixd tilted = osg::Matrixd::rotate(osg::PI_2, osg::X_AXIS);
+    store.pose = tilted;
+    harness.frame();
+    // The dragger's Z now points along world -Y: look at its Z ring face-on.
+    harness.lookAt(osg::Vec3d(0.4, -5, 0.6), osg::Vec3d(), osg::Z_AXIS);
+    turnRing(Composite3DDragger::Z_AXIS, 40, 70);
+    EXPECT_NEAR(dragger->commandValue(), kThirtyDegrees, kAngleTolerance);
+    const osg::Matrixd turnInOwnFrame = store.pose * osg::Matrixd::inverse(tilted);
+    EXPECT_NEAR(turnAbout(turnInOwnFrame, osg::Z_AXIS), dragger->commandValue(), 1e-6);
+}
+
+TEST_F(RotateDraggerTest, PressOnXRingActivatesItAndRecoloursTheOthers)
+{
+    lookAlong(Composite3DDragger::X_AXIS);
+    osgManipulator::setMaterialColor(kPickYellow, *dragger->yDragger());
+    osgManipulator::setMaterialColor(kPickYellow, *dragger->zDragger());
+    harness.press(onRing(Composite3DDragger::X_AXIS, 40));
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::X_AXIS);
+    EXPECT_EQ(dragger->dragMode(), 2);
+    EXPECT_EQ(shownColour(dragger->xDragger()), kPickYellow);
+    EXPECT_EQ(shownColour(dragger->yDragger()), kGreen);
+    EXPECT_EQ(shownColour(dragger->zDragger()), kBlue);
+    harness.release(onRing(Composite3DDragger::X_AXIS, 40));
+    EXPECT_EQ(shownColour(dragger->xDragger()), kRed);
+    EXPECT_EQ(store.writes.size(), 1u);
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::X_AXIS);
+}
+
+TEST_F(RotateDraggerTest, DisabledPickingIgnoresPressesOnThatRing)
+{
+    lookAlong(Composite3DDragger::Z_AXIS);
+    dragger->zDragger()->enablePicking(false);
+    turnRing(Composite3DDragger::Z_AXIS, 40, 70);
+    EXPECT_TRUE(dragger->getMatrix().getRotate() == osg::Quat());
+    EXPECT_TRUE(store.writes.empty());
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
+}
+
+TEST(CommandAngle, IsSignedByTheAxisInTheFrameAtThePress)
+{
+    const osg::Quat turnedAboutZ(kThirtyDegrees, osg::Z_AXIS);
+    EXPECT_NEAR(Rk::commandAngle(osg::Quat(), turnedAboutZ, Composite3DDragger::Z_AXIS),
+                kThirtyDegrees, 1e-9);
+    EXPECT_NEAR(Rk::commandAngle(osg::Quat(), turnedAboutZ.inverse(), Composite3DDragger::Z_AXIS),
+                -kThirtyDegrees, 1e-9);
+    EXPECT_EQ(Rk::commandAngle(osg::Quat(), turnedAboutZ, Composite3DDragger::NO_AXIS), 0.0);
+    EXPECT_EQ(Rk::commandAngle(osg::Quat(), osg::Quat(), Composite3DDragger::X_AXIS), 0.0);
+
+    // Start turned 90 degrees about X: the start frame's Z is world -Y. A
+    // further turn about that Z (applied in the start frame) counts positive.
+    const osg::Quat start(osg::PI_2, osg::X_AXIS);
+    const osg::Quat now = osg::Quat(kThirtyDegrees, osg::Z_AXIS) * start;
+    EXPECT_NEAR(Rk::commandAngle(start, now, Composite3DDragger::Z_AXIS), kThirtyDegrees, 1e-6);
+}
