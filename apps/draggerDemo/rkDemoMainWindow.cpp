@@ -46,7 +46,8 @@ void RkDemoMainWindow::buildScene()
 {
     m_frameDragger = new Rk::FrameDragger(&m_plugin, true);
     m_frameDragger->setupDefaultGeometry();
-    m_frameDragger->showDraggers(true);
+    // The base operation shows the frame itself too, not only its handles.
+    m_frameDragger->Composite3DDragger::showDraggers(true);
 
     osg::ref_ptr<osg::Group> root = new osg::Group;
     root->addChild(m_arm.node());
