@@ -19,9 +19,10 @@ namespace {
 
 // Where the stock trackball's rings lie.
 const double kStockRingRadius = 1.0;
-// Ring points are taken at -45 degrees about Z: in front of the origin, away
-// from the X and Y rings and from every arrow.
-const double kRingPointAngle = -osg::PI_4;
+// Ring points are taken at -22.5 degrees about Z: in front of the origin, away
+// from the X and Y rings, from every arrow and halfway between two of the
+// frame dragger's direction cones (every 45 degrees from +X).
+const double kRingPointAngle = -osg::PI_4 / 2.0;
 
 // Layers of unrelated geometry: grids of 100 x 50 quads (10,000 triangles)
 // in planes y = const behind the draggers, large enough to fill the view.
