@@ -10,8 +10,10 @@ import sys
 
 TO_MICROSECONDS = {"ns": 1e-3, "us": 1.0, "ms": 1e3, "s": 1e6}
 
-# (what is measured, library benchmark, stock benchmark or None,
-#  goal as "ratio <= x" or "us <= x" or None, divide by the dragger count)
+# (what is measured, library benchmark, stock benchmark or None, goal or None).
+# Goals: ("ratio", x) library / stock <= x; ("extra_us", x) library - stock
+# <= x microseconds, for the follow: its own cost per dragger beyond the event
+# traversal that a stock dragger costs in a scene of the same size.
 ROWS = [
     ("Press + release, frame X arrow", "BM_PressRelease_FrameXArrow",
      "BM_PressRelease_StockTranslateArrow", ("ratio", 1.5)),
@@ -29,7 +31,7 @@ ROWS = [
 for count in (1, 100, 10000):
     ROWS.append((f"Follow per dragger, {count} draggers, receiver unchanged",
                  f"BM_Follow_FrameUnchanged/{count}",
-                 f"BM_Follow_StockTranslateFrameEvent/{count}", ("us", 0.3)))
+                 f"BM_Follow_StockTranslateFrameEvent/{count}", ("extra_us", 0.3)))
 for count in (1, 100, 10000):
     ROWS.append((f"Follow per dragger, {count} draggers, receiver changed",
                  f"BM_Follow_FrameChanged/{count}",
@@ -79,15 +81,18 @@ def format_us(value):
     return f"{value:.3g}"
 
 
-def goal_text(goal, value, ratio):
+def goal_text(goal, value, stock):
     if goal is None:
         return ""
     kind, limit = goal
-    measured = ratio if kind == "ratio" else value
-    if measured is None:
+    if stock is None:
         return "n/a"
-    verdict = "met" if measured <= limit else "MISSED"
-    return f"{'ratio' if kind == 'ratio' else 'µs'} ≤ {limit}: {verdict}"
+    if kind == "ratio":
+        measured, text = value / stock, f"ratio ≤ {limit}"
+    else:
+        measured = value - stock
+        text = f"follow's own cost {measured:.3f} µs ≤ {limit}"
+    return f"{text}: {'met' if measured <= limit else 'MISSED'}"
 
 
 def table(found):
@@ -103,7 +108,7 @@ def table(found):
         ratio = value / stock if stock else None
         ratio_text = f"{ratio:.2f}" if ratio is not None else ""
         lines.append(f"| {label} | {format_us(value)} | {format_us(stock)} | {ratio_text} | "
-                     f"{goal_text(goal, value, ratio)} |")
+                     f"{goal_text(goal, value, stock)} |")
     return "\n".join(lines)
 
 
