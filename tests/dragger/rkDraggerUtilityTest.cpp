@@ -137,6 +137,23 @@ TEST_F(TorusGeode, PickTorusIsCulledAlwaysButStillHit)
     EXPECT_EQ(ray->getFirstIntersection().drawable.get(), torus);
 }
 
+TEST_F(TorusGeode, BoundHoldsEveryVertexAndHugsTheRing)
+{
+    const osg::BoundingSphere& bound = geode->getBound();
+    osg::BoundingBox box;
+    for (unsigned int index = 0; index < geode->getNumDrawables(); ++index) {
+        const osg::Drawable* drawable = geode->getDrawable(index);
+        box.expandBy(drawable->getBoundingBox());
+        for (const osg::Vec3& vertex : *verticesOf(drawable))
+            EXPECT_LE((osg::Vec3d(vertex) - bound.center()).length(), bound.radius() + 1e-6);
+    }
+    // Tighter than the sphere through the corners of the drawables' box,
+    // which lie far outside the ring; the geode's box is still kept.
+    EXPECT_LT(bound.radius(), 0.8f * box.radius());
+    EXPECT_EQ(geode->getBoundingBox().corner(0), box.corner(0));
+    EXPECT_EQ(geode->getBoundingBox().corner(7), box.corner(7));
+}
+
 TEST_F(TorusGeode, PickTorusCarriesAKdTreeThatFindsTheSameHitsAsBruteForce)
 {
     osg::Drawable* torus = geode->getDrawable(0);
