@@ -1,4 +1,5 @@
 #include "rkComposite3DDragger.h"
+#include "rkRenderTypes.h"
 #include "rkViewerHarness.h"
 
 #include <QSignalSpy>
@@ -260,6 +261,89 @@ TEST_F(CompositeEventLoop, NoFollowDuringADrag)
     view.frame();
     EXPECT_EQ(dragger->getMatrix(), dragged);
     EXPECT_EQ(spy.count(), 0);
+}
+
+/// The follow's decision made from scratch for an unaligned dragger whose
+/// matrix is `draggerPose` (unit axes): do both poses agree within the tolerance?
+bool posesAgree(const osg::Matrixd& draggerPose, const osg::Matrixd& hostPose)
+{
+    RkCoordinateSystemTransformation dragger;
+    RkCoordinateSystemTransformation host;
+    RkRenderTypes::osg2rk(draggerPose, dragger);
+    RkRenderTypes::osg2rk(hostPose, host);
+    return dragger.approxEq(host, Composite3DDragger::FOLLOW_TOLERANCE);
+}
+
+TEST_F(CompositeEventLoop, FollowDecidesAtAndAroundTheToleranceAsAFullComparison)
+{
+    const osg::Matrixd start = osg::Matrixd::translate(0.25, -0.5, 1.0);
+    const double tolerance = Composite3DDragger::FOLLOW_TOLERANCE;
+    const double factors[] = {0.5, 0.99, 1.0, 1.01, 2.0};
+    int followed = 0;
+    int stayed = 0;
+    for (double factor : factors) {
+        const osg::Matrixd shifts[] = {
+            osg::Matrixd::translate(factor * tolerance, 0.0, 0.0),
+            osg::Matrixd::rotate(factor * tolerance, osg::Z_AXIS),
+        };
+        for (const osg::Matrixd& shift : shifts) {
+            host.matrix = start;
+            dragger->setMatrix(start);
+            view.frame();
+            ASSERT_EQ(dragger->getMatrix(), start);
+            QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+            host.matrix = shift * start;
+            const bool follows = !posesAgree(start, host.matrix);
+            // Repeated frames with the same inputs keep the first decision.
+            view.frame();
+            view.frame();
+            view.frame();
+            EXPECT_EQ(spy.count(), follows ? 1 : 0) << "factor " << factor;
+            EXPECT_EQ(dragger->getMatrix(), follows ? host.matrix : start) << "factor " << factor;
+            (follows ? followed : stayed) += 1;
+        }
+    }
+    // Both decisions occur: the cases really straddle the tolerance.
+    EXPECT_GE(followed, 4);
+    EXPECT_GE(stayed, 4);
+}
+
+TEST_F(CompositeEventLoop, HostStepsWithinTheToleranceAddUpUntilTheDraggerFollows)
+{
+    view.frame();
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    const double step = 0.6 * Composite3DDragger::FOLLOW_TOLERANCE;
+    host.matrix = osg::Matrixd::translate(step, 0.0, 0.0);
+    view.frame();
+    view.frame();
+    EXPECT_EQ(spy.count(), 0);
+    // Each step alone is small, but the dragger has stayed behind.
+    host.matrix = osg::Matrixd::translate(2.0 * step, 0.0, 0.0);
+    view.frame();
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(dragger->getMatrix(), host.matrix);
+}
+
+TEST_F(CompositeEventLoop, DraggerMovedOrRealignedAfterAQuietFrameIsComparedAgain)
+{
+    view.frame();
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    // Moved without a drag (the receiver keeps its pose): it goes back.
+    dragger->setMatrix(osg::Matrixd::translate(0.3, 0.0, 0.0));
+    view.frame();
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(dragger->getMatrix(), host.matrix);
+
+    // Aligned with a turned frame: the alignment rotation changes the pose
+    // the dragger stands for, so it is compared and re-seated on the frame.
+    const osg::Quat frame(0.5, osg::Z_AXIS);
+    dragger->setReferenceFrame(frame);
+    dragger->setIsAlignedWithReferenceFrame(true);
+    view.frame();
+    EXPECT_EQ(spy.count(), 2);
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::rotate(frame));
+    view.frame();
+    EXPECT_EQ(spy.count(), 2);
 }
 
 } // namespace

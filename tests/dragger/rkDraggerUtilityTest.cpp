@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <osg/Geometry>
+#include <osg/KdTree>
 #include <osg/LineWidth>
 #include <osg/PolygonMode>
 #include <osg/ShapeDrawable>
@@ -134,6 +135,62 @@ TEST_F(TorusGeode, PickTorusIsCulledAlwaysButStillHit)
     geode->accept(visitor);
     ASSERT_TRUE(ray->containsIntersections());
     EXPECT_EQ(ray->getFirstIntersection().drawable.get(), torus);
+}
+
+TEST_F(TorusGeode, BoundHoldsEveryVertexAndHugsTheRing)
+{
+    const osg::BoundingSphere& bound = geode->getBound();
+    osg::BoundingBox box;
+    for (unsigned int index = 0; index < geode->getNumDrawables(); ++index) {
+        const osg::Drawable* drawable = geode->getDrawable(index);
+        box.expandBy(drawable->getBoundingBox());
+        for (const osg::Vec3& vertex : *verticesOf(drawable))
+            EXPECT_LE((osg::Vec3d(vertex) - bound.center()).length(), bound.radius() + 1e-6);
+    }
+    // Tighter than the sphere through the corners of the drawables' box,
+    // which lie far outside the ring; the geode's box is still kept.
+    EXPECT_LT(bound.radius(), 0.8f * box.radius());
+    EXPECT_EQ(geode->getBoundingBox().corner(0), box.corner(0));
+    EXPECT_EQ(geode->getBoundingBox().corner(7), box.corner(7));
+}
+
+TEST_F(TorusGeode, PickTorusCarriesAKdTreeThatFindsTheSameHitsAsBruteForce)
+{
+    osg::Drawable* torus = geode->getDrawable(0);
+    ASSERT_TRUE(dynamic_cast<osg::KdTree*>(torus->getShape()));
+    // Only the pick torus: the visible parts keep no shape of their own.
+    for (unsigned int index = 1; index < geode->getNumDrawables(); ++index)
+        EXPECT_FALSE(dynamic_cast<osg::KdTree*>(geode->getDrawable(index)->getShape()));
+
+    // Slanted rays across the tube all round the ring, through it, grazing
+    // it and missing it: the KdTree and the brute-force test agree.
+    const double radialOffsets[] = {-1.5, -0.99, -0.5, 0.0, 0.5, 0.99, 1.5};
+    const osg::Vec3d slant(0.3, -0.2, 1.0);
+    int hits = 0;
+    for (double angle = 0.0; angle < 2.0 * osg::PI; angle += 0.05) {
+        for (double offset : radialOffsets) {
+            const double distance = kRingRadius + offset * kTubeRadius;
+            const osg::Vec3d centre(distance * std::cos(angle), distance * std::sin(angle), 0.0);
+            osg::ref_ptr<osgUtil::LineSegmentIntersector> rays[2];
+            for (int useKdTree = 0; useKdTree < 2; ++useKdTree) {
+                rays[useKdTree] =
+                    new osgUtil::LineSegmentIntersector(centre + slant, centre - slant);
+                osgUtil::IntersectionVisitor visitor(rays[useKdTree].get());
+                visitor.setUseKdTreeWhenAvailable(useKdTree != 0);
+                geode->accept(visitor);
+            }
+            const auto& bruteForce = rays[0]->getIntersections();
+            const auto& withKdTree = rays[1]->getIntersections();
+            ASSERT_EQ(withKdTree.size(), bruteForce.size());
+            hits += int(bruteForce.size());
+            auto fast = withKdTree.begin();
+            for (auto slow = bruteForce.begin(); slow != bruteForce.end(); ++slow, ++fast) {
+                EXPECT_EQ(fast->drawable, slow->drawable);
+                EXPECT_NEAR(fast->ratio, slow->ratio, 1e-9);
+            }
+        }
+    }
+    EXPECT_GT(hits, 0);
 }
 
 namespace {

@@ -6,6 +6,8 @@
 #include <osg/AutoTransform>
 #include <osg/Geometry>
 #include <osgManipulator/AntiSquish>
+#include <osgUtil/IntersectionVisitor>
+#include <osgUtil/LineSegmentIntersector>
 
 #include <cmath>
 
@@ -266,4 +268,52 @@ TEST(CommandAngle, IsSignedByTheAxisInTheFrameAtThePress)
     const osg::Quat start(osg::PI_2, osg::X_AXIS);
     const osg::Quat now = osg::Quat(kThirtyDegrees, osg::Z_AXIS) * start;
     EXPECT_NEAR(Rk::commandAngle(start, now, Composite3DDragger::Z_AXIS), kThirtyDegrees, 1e-6);
+}
+
+namespace {
+
+/// Every hit of a window ray through the viewer's camera, as the draggers'
+/// pick sees it (intersection mask 1024), with or without KdTrees.
+osgUtil::LineSegmentIntersector::Intersections windowHits(ViewerHarness& harness,
+                                                          const osg::Vec2d& window, bool useKdTrees)
+{
+    osg::ref_ptr<osgUtil::LineSegmentIntersector> ray = new osgUtil::LineSegmentIntersector(
+        osgUtil::Intersector::WINDOW, window.x(), ViewerHarness::HEIGHT - window.y());
+    osgUtil::IntersectionVisitor visitor(ray.get());
+    visitor.setTraversalMask(Composite3DDragger::DRAGGER_MASK);
+    visitor.setUseKdTreeWhenAvailable(useKdTrees);
+    harness.viewer().getCamera()->accept(visitor);
+    return ray->getIntersections();
+}
+
+} // namespace
+
+TEST_F(RotateDraggerTest, RingPicksAreTheSameWithAndWithoutThePickTorusKdTree)
+{
+    // Window points on, just inside and just outside every ring, all round.
+    const double pixelOffsets[] = {-3.0, -1.0, 0.0, 1.0, 3.0};
+    int rays = 0;
+    int raysWithHits = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        for (double degrees = 0.0; degrees < 360.0; degrees += 7.5) {
+            const osg::Vec2d onTheRing = onRing(axis, degrees);
+            for (double offset : pixelOffsets) {
+                const osg::Vec2d window = onTheRing + osg::Vec2d(offset, offset);
+                const auto withKdTree = windowHits(harness, window, true);
+                const auto bruteForce = windowHits(harness, window, false);
+                ++rays;
+                raysWithHits += withKdTree.empty() ? 0 : 1;
+                ASSERT_EQ(withKdTree.size(), bruteForce.size()) << "ray " << rays;
+                auto fast = withKdTree.begin();
+                for (auto slow = bruteForce.begin(); slow != bruteForce.end(); ++slow, ++fast) {
+                    EXPECT_EQ(fast->nodePath, slow->nodePath);
+                    EXPECT_EQ(fast->drawable, slow->drawable);
+                    EXPECT_TRUE(closeTo(fast->getWorldIntersectPoint(),
+                                        slow->getWorldIntersectPoint(), 1e-6));
+                }
+            }
+        }
+    }
+    // The grid really probes the rings, not only empty space.
+    EXPECT_GT(raysWithHits, rays / 2);
 }

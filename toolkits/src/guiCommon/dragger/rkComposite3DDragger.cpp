@@ -293,12 +293,19 @@ void Composite3DDragger::followReceiver()
 {
     if (getDraggerActive() || !m_receiver || !m_receiverFollow)
         return;
+    // Most frames change nothing: the same inputs as at the last agreement
+    // give the same answer without the two pose conversions.
+    const osg::Matrixd hostMatrix = m_receiver->getMatrix();
+    if (m_followAgreement.knownToAgree(getMatrix(), m_alignmentRotation, hostMatrix))
+        return;
     RkCoordinateSystemTransformation draggerPose;
     RkCoordinateSystemTransformation receiverPose;
     RkRenderTypes::osg2rk(receiverPoseOfDragger(), draggerPose);
-    RkRenderTypes::osg2rk(m_receiver->getMatrix(), receiverPose);
-    if (draggerPose.approxEq(receiverPose, FOLLOW_TOLERANCE))
+    RkRenderTypes::osg2rk(hostMatrix, receiverPose);
+    if (draggerPose.approxEq(receiverPose, FOLLOW_TOLERANCE)) {
+        m_followAgreement.record(getMatrix(), m_alignmentRotation, hostMatrix);
         return;
+    }
 
     const osg::Matrixd receiverMatrix = m_receiver->getMatrix();
     if (m_alignedWithReferenceFrame) {

@@ -3,6 +3,7 @@
 
 #include "rkCoordinateSystemTransformation.h"
 #include "rkDraggerReceiver.h"
+#include "rkFollowAgreement.h"
 
 #include <QObject>
 #include <osg/Quat>
@@ -185,6 +186,7 @@ private:
     osg::Quat m_referenceFrame;
     bool m_receiverUpdate;
     bool m_receiverFollow;
+    FollowAgreement m_followAgreement;
 };
 
 } // namespace Rk

@@ -2,6 +2,7 @@
 
 #include <osg/Geometry>
 #include <osg/Image>
+#include <osg/KdTree>
 #include <osg/LineWidth>
 #include <osg/PolygonMode>
 #include <osg/ShapeDrawable>
@@ -21,6 +22,39 @@ class ForceCullCallback : public osg::DrawableCullCallback
 {
 public:
     bool cull(osg::NodeVisitor*, osg::Drawable*, osg::State*) const override { return true; }
+};
+
+/// Bounds a geode by the sphere about the centre of its drawables' box that
+/// just holds every vertex. The sphere that OpenSceneGraph derives from the box
+/// reaches the box's corners, far outside a ring; every pick ray through that
+/// empty space would enter the ring's handle and test its drawables. The
+/// tighter sphere still holds every vertex, hence every primitive, so culling
+/// and picking find exactly what they found before.
+class VertexBoundCallback : public osg::Node::ComputeBoundingSphereCallback
+{
+public:
+    osg::BoundingSphere computeBound(const osg::Node& node) const override
+    {
+        const osg::Geode* geode = node.asGeode();
+        // The geode's own computation also keeps its bounding box up to date.
+        const osg::BoundingSphere boxSphere = geode ? geode->computeBound() : node.computeBound();
+        if (!geode || !boxSphere.valid())
+            return boxSphere;
+        double radius2 = 0.0;
+        for (unsigned int index = 0; index < geode->getNumDrawables(); ++index) {
+            const osg::Drawable* drawable = geode->getDrawable(index);
+            const osg::Geometry* geometry = drawable->asGeometry();
+            const osg::Vec3Array* vertices =
+                geometry ? dynamic_cast<const osg::Vec3Array*>(geometry->getVertexArray())
+                         : nullptr;
+            if (!vertices)
+                return boxSphere;
+            for (const osg::Vec3& vertex : *vertices)
+                radius2 = std::max(radius2, (osg::Vec3d(vertex) - boxSphere.center()).length2());
+        }
+        return osg::BoundingSphere(boxSphere.center(),
+                                   std::min(std::sqrt(radius2), double(boxSphere.radius())));
+    }
 };
 
 // A full circle in 100 steps; the step is kept in single precision so that
@@ -52,6 +86,32 @@ osg::Vec3d torusPoint(float ringRadius, float tubeRadius, double ringAngle, doub
                       tubeRadius * std::sin(tubeAngle));
 }
 
+// Every press intersects the pick torus once per ring that shares it; with a
+// KdTree, built once, a ray tests a handful of its 20,000 triangles instead of
+// all of them. The tree is not built from the strip itself: OpenSceneGraph
+// 3.6 collects a quad strip's quads with their corners out of order for its
+// KdTrees, which then report other hits than the brute-force test. It is
+// built from the very triangles into which the brute-force test splits each
+// quad of the strip, (a, b, c) and (b, d, c) for corners a, b, c, d in strip
+// order, so that both find the same hits.
+osg::ref_ptr<osg::KdTree> createPickTree(osg::Vec3Array* stripVertices)
+{
+    osg::DrawElementsUInt* triangles = new osg::DrawElementsUInt(GL_TRIANGLES);
+    for (unsigned int a = 0; a + 3 < stripVertices->size(); a += 2) {
+        const unsigned int b = a + 1;
+        const unsigned int c = a + 2;
+        const unsigned int d = a + 3;
+        for (unsigned int corner : {a, b, c, b, d, c})
+            triangles->push_back(corner);
+    }
+    osg::ref_ptr<osg::Geometry> triangulated = new osg::Geometry;
+    triangulated->setVertexArray(stripVertices);
+    triangulated->addPrimitiveSet(triangles);
+    osg::ref_ptr<osg::KdTreeBuilder> builder = new osg::KdTreeBuilder;
+    triangulated->accept(*builder);
+    return dynamic_cast<osg::KdTree*>(triangulated->getShape());
+}
+
 osg::Geometry* createPickTorus(float ringRadius, float tubeRadius)
 {
     osg::Vec3Array* vertices = new osg::Vec3Array;
@@ -70,6 +130,7 @@ osg::Geometry* createPickTorus(float ringRadius, float tubeRadius)
     // outer equator and are never seen anyway.
     torus->addPrimitiveSet(new osg::DrawArrays(GL_QUAD_STRIP, 0, vertices->size()));
     torus->setCullCallback(new ForceCullCallback);
+    torus->setShape(createPickTree(vertices).get());
     return torus;
 }
 
@@ -195,6 +256,7 @@ osg::Geometry* createAnnulusGeometry(float outerRadius, float thickness, float z
 osg::Geode* createRotateDraggerTorusGeode(float ringRadius, float tubeRadius, float lineWidth)
 {
     osg::Geode* geode = new osg::Geode;
+    geode->setComputeBoundingSphereCallback(new VertexBoundCallback);
     geode->addDrawable(createPickTorus(ringRadius, tubeRadius));
     geode->addDrawable(createRing(ringRadius, lineWidth));
     for (int k = 0; k < kDirectionCones; ++k)

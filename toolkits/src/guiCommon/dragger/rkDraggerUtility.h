@@ -14,12 +14,18 @@ namespace RkDraggerUtility {
 
 /// The handle of one rotation axis, with ten drawables in this order:
 /// 0. the pick torus (ring radius `ringRadius`, tube radius `tubeRadius`),
-///    one quad strip of 20,200 vertices, never drawn but hit by picking;
+///    one quad strip of 20,200 vertices, never drawn but hit by picking; it
+///    carries an `osg::KdTree` as its shape, so that intersection visitors
+///    (which use KdTrees by default) test only the triangles near a ray;
 /// 1. the visible ring, a line loop of 100 vertices at `ringRadius` in the XY
 ///    plane, `lineWidth` pixels wide, unlit;
 /// 2.-9. eight cones on the ring, 45 degrees apart starting on +X, pointing
 ///    counter-clockwise seen from +Z; radius 0.01 and height 0.02 times
 ///    `lineWidth` (model units), so `lineWidth` also scales them.
+/// The geode's bounding sphere is the one about the centre of its drawables'
+/// box that just holds every vertex (about the ring's outer radius), not the
+/// sphere through the box's corners: pick rays that pass beside the ring do
+/// not enter it. Its bounding box is the drawables' box, as usual.
 osg::Geode* createRotateDraggerTorusGeode(float ringRadius, float tubeRadius, float lineWidth);
 
 /// A hollow cylinder about Z: outer wall of radius `outerRadius`, inner wall

@@ -1,0 +1,38 @@
+#ifndef RK_FOLLOW_AGREEMENT_H
+#define RK_FOLLOW_AGREEMENT_H
+
+#include <osg/Matrixd>
+#include <osg/Quat>
+
+namespace Rk {
+
+/// Memory of the frame-time follow: the last inputs for which the dragger's
+/// pose and its receiver's pose were found to agree within the tolerance.
+///
+/// The follow's decision is a pure function of three inputs: the dragger's
+/// matrix, its alignment rotation and the receiver's matrix. When all three
+/// are bit for bit those of a recorded agreement, the answer is again
+/// "agree", and the follow can skip both pose conversions and the comparison.
+/// Any difference in any bit (a moved dragger, a new alignment, a host write,
+/// a NaN with other bits) sends the follow through the full comparison again.
+class FollowAgreement
+{
+public:
+    /// True when the inputs equal, bit for bit, those of the last recorded
+    /// agreement; false when nothing is recorded.
+    bool knownToAgree(const osg::Matrixd& dragger, const osg::Quat& alignment,
+                      const osg::Matrixd& receiver) const;
+    /// Records that the follow found these inputs in agreement.
+    void record(const osg::Matrixd& dragger, const osg::Quat& alignment,
+                const osg::Matrixd& receiver);
+
+private:
+    bool m_recorded = false;
+    osg::Matrixd m_dragger;
+    osg::Quat m_alignment;
+    osg::Matrixd m_receiver;
+};
+
+} // namespace Rk
+
+#endif
