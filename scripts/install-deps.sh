@@ -11,6 +11,7 @@ packages=(
     libboost-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     xvfb xauth libgl1-mesa-dri libglx-mesa0 fonts-dejavu-core
+    clang libclang-rt-14-dev
 )
 
 missing=()
