@@ -29,11 +29,12 @@ cmake --build "$build_dir" -j2
 # can name. Preloading the driver keeps it (and its globals) in place to the
 # end, so only real leaks remain.
 mesa_driver=/usr/lib/x86_64-linux-gnu/dri/swrast_dri.so
+preload=()
 if [[ -f "$mesa_driver" ]]; then
-    export LD_PRELOAD="$mesa_driver${LD_PRELOAD:+:$LD_PRELOAD}"
+    preload=(env "LD_PRELOAD=$mesa_driver${LD_PRELOAD:+:$LD_PRELOAD}")
 fi
 
-run_ctest=(ctest --test-dir "$build_dir" --output-on-failure -j2)
+run_ctest=("${preload[@]}" ctest --test-dir "$build_dir" --output-on-failure -j2)
 if [[ -z "${DISPLAY:-}" ]]; then
     xvfb-run -a -s "-screen 0 1280x1024x24" "${run_ctest[@]}"
 else
