@@ -15,3 +15,7 @@ if [[ -z "${DISPLAY:-}" ]]; then
 else
     "${run_ctest[@]}"
 fi
+
+# Sanitizer build of the whole suite, then a timed run of each fuzzer.
+scripts/sanitize.sh
+scripts/fuzz.sh
