@@ -29,13 +29,17 @@ cmake --build "$build_dir" -j2 --target rkEventSequenceFuzzer rkImageDraggerFuzz
 
 run_fuzzer() {
     local name=$1 seeds=$2
-    local corpus="$build_dir/corpus-$name"
+    local corpus="$build_dir/corpus-$name" log="$build_dir/$name.log"
     mkdir -p "$corpus" "$build_dir/artifacts"
-    echo "Fuzzing $name for ${seconds}s"
-    "$build_dir/fuzz/$name" "$corpus" "$seeds" -max_total_time="$seconds" \
+    echo "Fuzzing $name for ${seconds}s (log: $log)"
+    if ! "$build_dir/fuzz/$name" "$corpus" "$seeds" -max_total_time="$seconds" \
         -max_len=4096 -timeout=20 -rss_limit_mb=3072 -print_final_stats=1 \
-        -artifact_prefix="$build_dir/artifacts/$name-" 2>&1 | tail -n 15
-    return "${PIPESTATUS[0]}"
+        -artifact_prefix="$build_dir/artifacts/$name-" >"$log" 2>&1; then
+        tail -n 80 "$log"
+        echo "$name FAILED; the input that broke it is in $build_dir/artifacts/"
+        return 1
+    fi
+    grep -E '^(Done|stat::number_of_executed_units|stat::peak_rss_mb)' "$log"
 }
 run_fuzzer rkEventSequenceFuzzer fuzz/corpus/events
 run_fuzzer rkImageDraggerFuzzer fuzz/corpus/image
