@@ -384,6 +384,32 @@ TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
     EXPECT_TRUE(store.writes.empty());
 }
 
+TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
+{
+    ViewerHarness harness(osg::Vec3d(2.5, -5.0, 3.0));
+    osg::ref_ptr<FrameDragger> detached = new FrameDragger(kNoReceiver, false);
+    osg::ref_ptr<FrameDragger> noPlugin =
+        new FrameDragger(static_cast<Rk::PluginGUI*>(nullptr), false);
+    for (FrameDragger* dragger : {detached.get(), noPlugin.get()}) {
+        dragger->setupDefaultGeometry();
+        dragger->setScale(1.0);
+        static_cast<Composite3DDragger*>(dragger)->showDraggers(true);
+        harness.root()->removeChildren(0, harness.root()->getNumChildren());
+        harness.root()->addChild(dragger);
+        SignalLog log(dragger);
+        const osg::Vec3d arrowX = worldOf(dragger->translateDragger()->getDragger(0), osg::Z_AXIS);
+        harness.dragFromTo(harness.project(arrowX * 0.7), harness.project(arrowX * 0.9));
+        EXPECT_EQ(log.count("clicked"), 2);
+        EXPECT_EQ(log.count("done"), 1);
+    }
+    // Without a receiver nothing is followed; the null plug-in's receiver
+    // ignores the writes and reads the identity, which the frame event that
+    // comes with every traversal follows.
+    harness.frame();
+    EXPECT_TRUE(closeTo(detached->getMatrix().getTrans(), osg::Vec3d(0.2, 0, 0), 1e-3));
+    EXPECT_TRUE(noPlugin->getMatrix().isIdentity());
+}
+
 TEST(FrameDragger, PluginFormWritesTheEndEffectorParameter)
 {
     ViewerHarness harness(osg::Vec3d(2.5, -5.0, 3.0));
