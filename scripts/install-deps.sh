@@ -14,6 +14,7 @@ packages=(
     xvfb xauth libgl1-mesa-dri libglx-mesa0 fonts-dejavu-core
     clang-format clang-tidy doxygen
     dpkg-dev file
+    clang libclang-rt-14-dev
 )
 
 missing=()

@@ -35,3 +35,7 @@ if [[ "${RKDRAGGER_SKIP_QT5:-0}" != 1 ]]; then
     cmake --build "$build_dir_qt5" -j2
     run_ctest "$build_dir_qt5"
 fi
+
+# Sanitizer build of the whole suite, then a timed run of each fuzzer.
+scripts/sanitize.sh
+scripts/fuzz.sh

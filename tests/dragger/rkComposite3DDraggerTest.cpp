@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <osgManipulator/Translate1DDragger>
 
+#include <limits>
+
 namespace {
 
 using Rk::Composite3DDragger;
@@ -275,6 +277,88 @@ TEST(Composite3DDragger, WithoutReceiverNothingIsWrittenAndAlignmentKeepsItsRota
     dragger->syncReceiverToPose(osg::Matrixd::translate(1, 1, 1));
     EXPECT_EQ(spy.count(), 1);
     EXPECT_EQ(host.writes, 0);
+}
+
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+const double kInfinity = std::numeric_limits<double>::infinity();
+
+TEST(Composite3DDragger, NonFinitePosesLeaveTheDraggerWhereItWasButStillSignal)
+{
+    HostPose host;
+    host.matrix = osg::Matrixd::translate(1, 2, 3);
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+
+    dragger->setPose(hostPose(0, 0, 0, RkVector(kNaN, 0, 0)));
+    dragger->setPose(hostPose(kInfinity, 0, 0, RkVector()));
+    // Finite, but beyond single precision.
+    dragger->setPose(hostPose(0, 0, 0, RkVector(1e300, 0, 0)));
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
+    EXPECT_EQ(spy.count(), 3);
+
+    osg::Matrixd broken = osg::Matrixd::translate(4, 5, 6);
+    broken(0, 0) = kNaN;
+    dragger->syncReceiverToPose(broken);
+    EXPECT_EQ(host.writes, 1) << "the previous, finite pose is still written";
+    EXPECT_EQ(host.matrix, osg::Matrixd::translate(1, 2, 3));
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
+}
+
+TEST(Composite3DDragger, NonFiniteDraggerMatrixIsNeverWrittenToTheReceiver)
+{
+    HostPose host;
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    for (double bad : {kNaN, kInfinity, -kInfinity}) {
+        dragger->setMatrix(osg::Matrixd::translate(bad, 0, 0));
+        dragger->setReceiverMatrix();
+        osg::Matrixd turned;
+        turned(1, 1) = bad;
+        dragger->setMatrix(turned);
+        dragger->setReceiverMatrix();
+    }
+    EXPECT_EQ(host.writes, 0);
+}
+
+TEST(Composite3DDragger, NonFiniteReceiverPoseIsNeitherTakenNorAlignedWith)
+{
+    HostPose host;
+    host.matrix(3, 1) = kNaN;
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    EXPECT_TRUE(dragger->getMatrix().isIdentity());
+
+    dragger->setReferenceFrame(osg::Quat(0.5, osg::Z_AXIS));
+    host.matrix = osg::Matrixd::rotate(osg::Quat(kNaN, 0, 0, 1));
+    dragger->setIsAlignedWithReferenceFrame(true);
+    expectQuatNear(dragger->alignmentRotation(), osg::Quat(), 0.0);
+
+    // A zero reference frame has no inverse: the alignment stays as it was.
+    host.matrix = osg::Matrixd::rotate(0.3, osg::X_AXIS);
+    dragger->setIsAlignedWithReferenceFrame(true);
+    const osg::Quat aligned = dragger->alignmentRotation();
+    dragger->setReferenceFrame(osg::Quat(0, 0, 0, 0));
+    dragger->setIsAlignedWithReferenceFrame(true);
+    expectQuatNear(dragger->alignmentRotation(), aligned, 0.0);
+}
+
+TEST(Composite3DDragger, ZeroAndNegativeScalesApplyWhileNonFiniteOnesAreIgnored)
+{
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
+    osg::ref_ptr<osgManipulator::Translate1DDragger> component =
+        new osgManipulator::Translate1DDragger;
+    dragger->addDragger(component.get());
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalScaleChanged);
+
+    dragger->setScale(0.0);
+    EXPECT_EQ(component->getMatrix(), osg::Matrixd::scale(0, 0, 0));
+    dragger->setScale(-2.0);
+    EXPECT_EQ(component->getMatrix(), osg::Matrixd::scale(-2, -2, -2));
+    EXPECT_EQ(spy.count(), 2);
+
+    dragger->setScale(kNaN);
+    dragger->setScale(kInfinity);
+    EXPECT_EQ(dragger->scale(), -2.0);
+    EXPECT_EQ(component->getMatrix(), osg::Matrixd::scale(-2, -2, -2));
+    EXPECT_EQ(spy.count(), 2);
 }
 
 } // namespace

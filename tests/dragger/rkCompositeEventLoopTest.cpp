@@ -8,6 +8,7 @@
 #include <osg/ShapeDrawable>
 #include <osgManipulator/Translate1DDragger>
 
+#include <limits>
 #include <vector>
 
 namespace {
@@ -344,6 +345,42 @@ TEST_F(CompositeEventLoop, DraggerMovedOrRealignedAfterAQuietFrameIsComparedAgai
     EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::rotate(frame));
     view.frame();
     EXPECT_EQ(spy.count(), 2);
+}
+
+TEST_F(CompositeEventLoop, NonFiniteHostPoseIsIgnoredAndTheDraggerStaysPickable)
+{
+    host.matrix = osg::Matrixd::translate(0.1, 0, 0);
+    view.frame();
+    const osg::Matrixd lastGood = dragger->getMatrix();
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    for (double bad :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+        host.matrix = osg::Matrixd::translate(bad, 0, 0);
+        view.frame();
+        host.matrix = osg::Matrixd::identity();
+        host.matrix(2, 2) = bad;
+        view.frame();
+    }
+    EXPECT_EQ(spy.count(), 0);
+    EXPECT_EQ(dragger->getMatrix(), lastGood);
+
+    // The release writes the dragger's finite pose over the broken one.
+    EXPECT_TRUE(view.press(handleCentre()));
+    view.drag(view.project(osg::Vec3d(0.1, 0, 0.2)));
+    view.release(view.project(osg::Vec3d(0.1, 0, 0.2)));
+    EXPECT_NEAR(host.matrix(3, 2), 0.2, 1e-3);
+    EXPECT_EQ(host.matrix(2, 2), 1.0);
+}
+
+TEST_F(CompositeEventLoop, NonFiniteDraggerIsPutBackOnTheReceiverAtTheNextFrame)
+{
+    host.matrix = osg::Matrixd::translate(0, 0, 0.3);
+    dragger->setMatrix(osg::Matrixd::translate(std::numeric_limits<double>::quiet_NaN(), 0, 0));
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    view.frame();
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(dragger->getMatrix(), host.matrix);
+    EXPECT_TRUE(view.press(handleCentre()));
 }
 
 } // namespace

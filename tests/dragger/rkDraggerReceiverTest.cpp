@@ -147,4 +147,16 @@ TEST(EEDraggerReceiver, HostKeepsTheReceiverAliveBeyondItsOwnReference)
     EXPECT_TRUE(plugin.writes.empty()); // destruction calls nothing in the host
 }
 
+TEST(EEDraggerReceiver, NullPluginReadsTheIdentityAndIgnoresWrites)
+{
+    osg::ref_ptr<Rk::DraggerReceiver> gui =
+        new Rk::EEDraggerReceiver(static_cast<Rk::PluginGUI*>(nullptr));
+    osg::ref_ptr<Rk::DraggerReceiver> indexed =
+        new Rk::EEDraggerReceiver(static_cast<Rk::Plugin*>(nullptr), 1, 2);
+    for (Rk::DraggerReceiver* receiver : {gui.get(), indexed.get()}) {
+        receiver->setMatrix(osg::Matrixd::translate(1, 2, 3));
+        EXPECT_TRUE(receiver->getMatrix().isIdentity());
+    }
+}
+
 } // namespace

@@ -354,6 +354,62 @@ TEST_F(FrameDraggerTest, AlignedReleaseReseatsTheDraggerOnTheReferenceFrame)
     EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame) << "and it stays seated";
 }
 
+TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPickable)
+{
+    dragger->setIsAlignedWithReferenceFrame(true);
+    harness.frame();
+    const osg::Vec2d from = onArrow(0, 0.7);
+    const osg::Vec2d to = onArrow(0, 0.9);
+    harness.press(from);
+    harness.drag(to);
+    // The host now rejects what it gets and reads back NaN.
+    osg::ref_ptr<Rk::DraggerReceiver> broken = new Rk::DraggerReceiver(
+        [] { return osg::Matrixd::translate(std::nan(""), 0, 0); }, [](const osg::Matrixd&) {});
+    dragger->setReceiver(broken.get());
+    harness.release(to);
+    EXPECT_TRUE(dragger->getMatrix().valid());
+    EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(), osg::Vec3d(0.2, 0, 0), 1e-3));
+    harness.frame();
+    EXPECT_TRUE(harness.press(onArrow(0, 0.7))) << "still pickable where the drag left it";
+}
+
+TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
+{
+    dragger->setScale(0.0);
+    for (const osg::Vec2d& at : {onArrow(0, 0.0), onArrow(1, 0.0), onRing(2, 0.0)}) {
+        EXPECT_FALSE(harness.press(at));
+        harness.drag(at + osg::Vec2d(30, 30));
+        harness.release(at + osg::Vec2d(30, 30));
+    }
+    EXPECT_TRUE(store.writes.empty());
+}
+
+TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
+{
+    ViewerHarness harness(osg::Vec3d(2.5, -5.0, 3.0));
+    osg::ref_ptr<FrameDragger> detached = new FrameDragger(kNoReceiver, false);
+    osg::ref_ptr<FrameDragger> noPlugin =
+        new FrameDragger(static_cast<Rk::PluginGUI*>(nullptr), false);
+    for (FrameDragger* dragger : {detached.get(), noPlugin.get()}) {
+        dragger->setupDefaultGeometry();
+        dragger->setScale(1.0);
+        static_cast<Composite3DDragger*>(dragger)->showDraggers(true);
+        harness.root()->removeChildren(0, harness.root()->getNumChildren());
+        harness.root()->addChild(dragger);
+        SignalLog log(dragger);
+        const osg::Vec3d arrowX = worldOf(dragger->translateDragger()->getDragger(0), osg::Z_AXIS);
+        harness.dragFromTo(harness.project(arrowX * 0.7), harness.project(arrowX * 0.9));
+        EXPECT_EQ(log.count("clicked"), 2);
+        EXPECT_EQ(log.count("done"), 1);
+    }
+    // Without a receiver nothing is followed; the null plug-in's receiver
+    // ignores the writes and reads the identity, which the frame event that
+    // comes with every traversal follows.
+    harness.frame();
+    EXPECT_TRUE(closeTo(detached->getMatrix().getTrans(), osg::Vec3d(0.2, 0, 0), 1e-3));
+    EXPECT_TRUE(noPlugin->getMatrix().isIdentity());
+}
+
 TEST(FrameDragger, PluginFormWritesTheEndEffectorParameter)
 {
     ViewerHarness harness(osg::Vec3d(2.5, -5.0, 3.0));

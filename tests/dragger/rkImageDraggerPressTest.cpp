@@ -175,3 +175,15 @@ TEST_F(ImageDraggerInViewer, WithoutImageEveryPressPrintsAndMisses)
     QTest::qWait(2 * INTERVAL);
     EXPECT_EQ(log.calls, "");
 }
+
+TEST_F(ImageDraggerInViewer, RegionWithAnEmptyFunctionClaimsItsCellAndCallsNothing)
+{
+    place(files.png("panel.png", 10, 10));
+    dragger->addRegion({0}, boost::function<void()>());
+    dragger->addRegion({0, 1}, log.recorder('B'));
+    EXPECT_TRUE(harness.press(cell(0, 0))) << "the empty region keeps its cell";
+    QTest::qWait(3 * INTERVAL);
+    EXPECT_TRUE(dragger->isRepeating());
+    EXPECT_TRUE(harness.release(cell(0, 0)));
+    EXPECT_EQ(log.calls, "");
+}

@@ -1,5 +1,6 @@
 #include "rkComposite3DDragger.h"
 
+#include "rkFinite.h"
 #include "rkRenderTypes.h"
 
 #include <osg/Camera>
@@ -85,11 +86,16 @@ void Composite3DDragger::setReceiver(Rk::DraggerReceiver* receiver)
     if (!m_receiver)
         return;
     setScale(m_scale);
-    setMatrix(m_receiver->getMatrix());
+    const osg::Matrixd receiverMatrix = m_receiver->getMatrix();
+    if (isFinite(receiverMatrix))
+        setMatrix(receiverMatrix);
 }
 
 void Composite3DDragger::setScale(double scale)
 {
+    // A NaN or infinite scale would put NaN into every handle's bounds.
+    if (!std::isfinite(scale))
+        return;
     m_scale = scale;
     const osg::Matrixd scaleMatrix = osg::Matrixd::scale(scale, scale, scale);
     for (const osg::ref_ptr<osgManipulator::Dragger>& component : _draggerList)
@@ -126,8 +132,11 @@ void Composite3DDragger::setAlignedMatrix(const osg::Matrixd& pose)
 {
     // Single precision on purpose: the host's poses come from float widgets
     // and scene data, and this keeps the dragger bit-identical to them.
-    const osg::Matrixf product = osg::Matrixf::rotate(m_alignmentRotation) * osg::Matrixf(pose);
-    setMatrix(osg::Matrixd(product));
+    const osg::Matrixd product(osg::Matrixf::rotate(m_alignmentRotation) * osg::Matrixf(pose));
+    // A non-finite pose (also one that overflows single precision) would
+    // make the dragger unpickable and reach the host at the next write.
+    if (isFinite(product))
+        setMatrix(product);
 }
 
 void Composite3DDragger::setDraggingEnabled(bool enabled)
@@ -154,7 +163,16 @@ void Composite3DDragger::setIsAlignedWithReferenceFrame(bool aligned)
     if (!aligned)
         m_alignmentRotation = kIdentityRotation;
     else if (m_receiver)
-        m_alignmentRotation = m_referenceFrame.inverse() * m_receiver->getMatrix().getRotate();
+        alignWith(m_receiver->getMatrix());
+}
+
+void Composite3DDragger::alignWith(const osg::Matrixd& receiverMatrix)
+{
+    // A receiver pose or reference frame without a finite rotation keeps the
+    // alignment rotation that was there, as without a receiver.
+    const osg::Quat alignment = m_referenceFrame.inverse() * receiverMatrix.getRotate();
+    if (isFinite(alignment))
+        m_alignmentRotation = alignment;
 }
 
 osg::Matrixd Composite3DDragger::receiverPoseOfDragger() const
@@ -170,7 +188,11 @@ void Composite3DDragger::setReceiverMatrix()
 {
     if (!m_receiver || !m_receiverUpdate)
         return;
-    m_receiver->setMatrix(receiverPoseOfDragger());
+    // A dragger driven to a non-finite matrix (a degenerate handle, a host
+    // that set one directly) writes nothing rather than NaN to the host.
+    const osg::Matrixd pose = receiverPoseOfDragger();
+    if (isFinite(pose))
+        m_receiver->setMatrix(pose);
 }
 
 void Composite3DDragger::setActiveAxis(AxisEnum axis)
@@ -298,6 +320,10 @@ void Composite3DDragger::followReceiver()
     const osg::Matrixd hostMatrix = m_receiver->getMatrix();
     if (m_followAgreement.knownToAgree(getMatrix(), m_alignmentRotation, hostMatrix))
         return;
+    // A non-finite host pose is ignored: the dragger keeps its last good pose
+    // and stays pickable until the host gives a finite one again.
+    if (!isFinite(hostMatrix))
+        return;
     RkCoordinateSystemTransformation draggerPose;
     RkCoordinateSystemTransformation receiverPose;
     RkRenderTypes::osg2rk(receiverPoseOfDragger(), draggerPose);
@@ -308,14 +334,14 @@ void Composite3DDragger::followReceiver()
     }
 
     const osg::Matrixd receiverMatrix = m_receiver->getMatrix();
+    osg::Matrixd target = receiverMatrix;
     if (m_alignedWithReferenceFrame) {
-        osg::Matrixd aligned;
-        aligned.makeRotate(m_referenceFrame);
-        aligned.setTrans(receiverMatrix.getTrans());
-        setMatrix(aligned);
-    } else {
-        setMatrix(receiverMatrix);
+        target.makeRotate(m_referenceFrame);
+        target.setTrans(receiverMatrix.getTrans());
     }
+    if (!isFinite(target))
+        return;
+    setMatrix(target);
     emit signalPoseChanged();
 }
 

@@ -65,11 +65,16 @@ public:
     /// The viewer's event loop: picks at a press, passes the press, drags and
     /// release to the pointer handler, and follows the receiver at every
     /// frame event outside a drag. True for a press that picked this dragger
-    /// and for every press, drag or release while it is active.
+    /// and for every press, drag or release while it is active. The follow
+    /// ignores a receiver pose with a NaN or infinite element: the dragger
+    /// keeps its last good pose and emits nothing. A dragger whose own matrix
+    /// is not finite is moved to the receiver's pose at the next frame event.
     bool handle(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action) override;
     /// Gives every direct component the matrix scale(s, s, s), replacing it,
     /// and emits `signalScaleChanged()` (always, also with no components).
-    /// Zero or negative values are stored and applied as given.
+    /// Zero or negative values are stored and applied as given (zero shrinks
+    /// every handle to a point, so nothing can be picked). NaN and infinite
+    /// values are ignored: nothing is stored and nothing is emitted.
     virtual void setScale(double scale);
     /// Stores the active axis (subclasses also recolour their handles).
     virtual void setActiveAxis(AxisEnum axis);
@@ -84,16 +89,20 @@ public:
     /// `setIsAlignedWithReferenceFrame(true)` and at the next frame event.
     virtual void setReferenceFrame(const osg::Quat& frame);
     /// Switches the alignment; when switched on with a receiver, the
-    /// alignment rotation becomes inverse(frame) * receiver rotation. Off
-    /// resets it to the identity. Leaves the dragger's matrix alone.
+    /// alignment rotation becomes inverse(frame) * receiver rotation; when
+    /// that is not finite (NaN receiver pose, zero frame) the alignment
+    /// rotation stays as it was. Off resets it to the identity. Leaves the
+    /// dragger's matrix alone.
     virtual void setIsAlignedWithReferenceFrame(bool aligned);
     /// Writes translation and rotation (times the alignment rotation) of the
     /// dragger's matrix to the receiver; nothing without a receiver or while
-    /// the receiver-update flag is clear. Scale and shear are dropped.
+    /// the receiver-update flag is clear. Scale and shear are dropped. A pose
+    /// with a NaN or infinite element is never written.
     virtual void setReceiverMatrix();
 
     /// Attaches `receiver` (null detaches) and, if there is one, re-applies
-    /// the scale and takes the receiver's matrix as the dragger's, unaligned.
+    /// the scale and takes the receiver's matrix as the dragger's, unaligned;
+    /// a receiver matrix that is not finite leaves the dragger's matrix as is.
     void setReceiver(Rk::DraggerReceiver* receiver);
     /// The attached receiver, or null.
     Rk::DraggerReceiver* receiver() const { return m_receiver.get(); }
@@ -102,7 +111,8 @@ public:
     void showDraggers(bool show);
     /// Writes the dragger's current pose to the receiver, then moves the
     /// dragger to `pose` (times the alignment rotation, single precision) and
-    /// emits `signalPoseChanged()`.
+    /// emits `signalPoseChanged()`. A `pose` that is not finite leaves the
+    /// dragger where it was; the write and the signal still happen.
     void syncReceiverToPose(const osg::Matrixd& pose);
 
     AxisEnum activeAxis() const { return m_activeAxis; }
@@ -146,6 +156,8 @@ signals:
 public slots:
     /// Sets the dragger's matrix to alignment rotation * rk2osg(coord), in
     /// single precision, and emits `signalPoseChanged()`; writes no receiver.
+    /// A pose that is not finite (NaN, infinity, beyond single precision)
+    /// leaves the matrix as it was; the signal is still emitted.
     void setPose(const RkCoordinateSystemTransformation& coord);
     /// When set, a frame dragger reports the command value during a drag and
     /// writes the receiver only at the release.
@@ -171,6 +183,7 @@ private:
     bool dragStep(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action,
                   bool result);
     void followReceiver();
+    void alignWith(const osg::Matrixd& receiverMatrix);
     void projectPointer(const osgGA::GUIEventAdapter& event);
 
     osg::ref_ptr<Rk::DraggerReceiver> m_receiver;

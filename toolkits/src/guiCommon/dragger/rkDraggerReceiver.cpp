@@ -46,6 +46,11 @@ DraggerReceiver::ReceiverArg indexedMatrixArg(Plugin* plugin, unsigned int first
                                               unsigned int second)
 {
     DraggerReceiver::ReceiverArg arg;
+    if (!plugin) {
+        // Reads leave the identity in place; writes go nowhere.
+        arg.getter = [](osg::Matrixd&) { return false; };
+        return arg;
+    }
     arg.getter = [plugin, first, second](osg::Matrixd& matrix) {
         return plugin->getParam<PARAM_INDEXED_MATRIX, osg::Matrixd>(first, second, matrix);
     };
@@ -55,16 +60,26 @@ DraggerReceiver::ReceiverArg indexedMatrixArg(Plugin* plugin, unsigned int first
     return arg;
 }
 
+boost::function<osg::Matrixd()> endEffectorGetter(Plugin* plugin)
+{
+    if (!plugin)
+        return {}; // an empty getter reads the identity
+    return [plugin]() { return plugin->param<PARAM_END_EFFECTOR_POSE, osg::Matrixd>(); };
+}
+
+boost::function<void(const osg::Matrixd&)> endEffectorSetter(Plugin* plugin)
+{
+    if (!plugin)
+        return {}; // an empty setter ignores writes
+    return [plugin](const osg::Matrixd& matrix) {
+        plugin->setParam<PARAM_END_EFFECTOR_POSE, osg::Matrixd>(matrix);
+    };
+}
+
 } // namespace
 
 EEDraggerReceiver::EEDraggerReceiver(Rk::PluginGUI* gui)
-    : DraggerReceiver(
-          [plugin = static_cast<Plugin*>(gui)]() {
-              return plugin->param<PARAM_END_EFFECTOR_POSE, osg::Matrixd>();
-          },
-          [plugin = static_cast<Plugin*>(gui)](const osg::Matrixd& matrix) {
-              plugin->setParam<PARAM_END_EFFECTOR_POSE, osg::Matrixd>(matrix);
-          })
+    : DraggerReceiver(endEffectorGetter(gui), endEffectorSetter(gui))
 {
 }
 

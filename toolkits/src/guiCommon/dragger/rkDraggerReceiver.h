@@ -54,7 +54,8 @@ private:
 };
 
 /// A receiver bound to a host plug-in's matrix parameter. The plug-in is held
-/// by a plain pointer and must outlive the receiver; null is not checked.
+/// by a plain pointer and must outlive the receiver. A null plug-in gives a
+/// receiver that reads the identity and ignores writes.
 class EEDraggerReceiver : public DraggerReceiver
 {
 public:
@@ -63,7 +64,8 @@ public:
     explicit EEDraggerReceiver(Rk::PluginGUI* gui);
     /// Reads `getParam<14u>(first, second, m)` and writes
     /// `setParam<14u>(first, second, m)` of `plugin`; the indices are taken as
-    /// `unsigned int` (a negative index wraps).
+    /// `unsigned int` (a negative index wraps). A null `plugin` reads the
+    /// identity and ignores writes.
     EEDraggerReceiver(Rk::Plugin* plugin, int first, int second);
     ~EEDraggerReceiver() override;
 };

@@ -1,5 +1,7 @@
 #include "rkFrameDragger.h"
 
+#include "rkFinite.h"
+
 namespace Rk {
 
 FrameDragger::FrameDragger(Rk::PluginGUI* gui, bool autoScaleToScreen) : Composite3DDragger(gui)
@@ -137,8 +139,13 @@ void FrameDragger::reseatOnReferenceFrame()
     // the receiver's orientation while the handles show the reference frame
     // again. Recomputing the alignment is exactly what switching it on does.
     setIsAlignedWithReferenceFrame(true);
+    const osg::Matrixd receiverMatrix = receiver()->getMatrix();
+    // A host that answers with a non-finite pose keeps the dragger where the
+    // drag left it instead of making it unpickable.
+    if (!isFinite(receiverMatrix))
+        return;
     osg::Matrixd seated;
-    seated.setTrans(receiver()->getMatrix().getTrans());
+    seated.setTrans(receiverMatrix.getTrans());
     seated.setRotate(referenceFrame());
     setMatrix(seated);
 }

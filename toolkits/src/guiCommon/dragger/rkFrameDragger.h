@@ -53,8 +53,9 @@ public:
     /// press records the start pose and the active axis and emits
     /// `signalPoseClicked`; a drag on an active axis writes the receiver or
     /// reports the command value; a release writes the receiver, re-seats
-    /// the dragger on an aligned reference frame and emits
-    /// `signalPoseChanged` and `signalCommandValueDone`. While dragging is
+    /// the dragger on an aligned reference frame (not when the receiver then
+    /// reads a non-finite pose) and emits `signalPoseChanged` and
+    /// `signalCommandValueDone`. While dragging is
     /// disabled: false, and nothing happens. Returns the children's answer.
     bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
                 osgGA::GUIActionAdapter& action) override;

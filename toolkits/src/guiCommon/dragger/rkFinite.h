@@ -1,0 +1,33 @@
+#ifndef RK_FINITE_H
+#define RK_FINITE_H
+
+#include <osg/Matrixd>
+#include <osg/Quat>
+
+#include <cmath>
+
+namespace Rk {
+
+/// True when all sixteen elements are finite (no NaN, no infinity). Poses
+/// that fail this test are never handed to the host by the library.
+inline bool isFinite(const osg::Matrixd& matrix)
+{
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 4; ++column)
+            if (!std::isfinite(matrix(row, column)))
+                return false;
+    return true;
+}
+
+/// True when all four components are finite.
+inline bool isFinite(const osg::Quat& rotation)
+{
+    for (int i = 0; i < 4; ++i)
+        if (!std::isfinite(rotation[i]))
+            return false;
+    return true;
+}
+
+} // namespace Rk
+
+#endif
