@@ -11,11 +11,13 @@ namespace {
 // equal, which would merely cost a full comparison).
 bool sameBits(const osg::Matrixd& a, const osg::Matrixd& b)
 {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are the point
     return std::memcmp(a.ptr(), b.ptr(), sizeof(osg::Matrixd::value_type) * 16) == 0;
 }
 
 bool sameBits(const osg::Quat& a, const osg::Quat& b)
 {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are the point
     return std::memcmp(a._v, b._v, sizeof(a._v)) == 0;
 }
 
