@@ -3,6 +3,7 @@
 
 #include "rkDraggerReceiver.h"
 
+#include <osg/Geometry>
 #include <osg/Material>
 #include <osg/Node>
 #include <osg/ref_ptr>
@@ -38,6 +39,12 @@ inline osg::Vec4 shownColour(const osg::Node* node)
     return material ? material->getDiffuse(osg::Material::FRONT) : osg::Vec4();
 }
 
+/// The first vertex of a geometry drawable.
+inline osg::Vec3 firstVertex(const osg::Drawable* drawable)
+{
+    return (*static_cast<const osg::Vec3Array*>(drawable->asGeometry()->getVertexArray()))[0];
+}
+
 inline bool closeTo(const osg::Vec3d& a, const osg::Vec3d& b, double tolerance)
 {
     return (a - b).length() <= tolerance;
@@ -46,6 +53,8 @@ inline bool closeTo(const osg::Vec3d& a, const osg::Vec3d& b, double tolerance)
 const osg::Vec4 kRed(1.0f, 0.0f, 0.0f, 1.0f);
 const osg::Vec4 kGreen(0.0f, 1.0f, 0.0f, 1.0f);
 const osg::Vec4 kBlue(0.0f, 0.0f, 1.0f, 1.0f);
+const osg::Vec4 kAxisColours[3] = {kRed, kGreen, kBlue};
+const osg::Vec3d kAxes[3] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS};
 /// osgManipulator's default pick colour of its one-axis draggers.
 const osg::Vec4 kPickYellow(1.0f, 1.0f, 0.0f, 1.0f);
 
