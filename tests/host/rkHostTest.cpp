@@ -1,12 +1,9 @@
 #include "rkCoordinateSystemTransformation.h"
-#include "rkPlugin.h"
-#include "rkPrint.h"
 #include "rkRenderTypes.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <sstream>
 
 namespace {
 
@@ -99,38 +96,6 @@ TEST(Host, ApproxEqHoldsAtTheToleranceAndFailsBeyondIt)
     EXPECT_TRUE(a.approxEq(RkCoordinateSystemTransformation(RkVector(1, 1, 1), turned), 2e-3));
     const RkCoordinateSystemTransformation nan(RkVector(NAN, 1, 1), RkOrientation());
     EXPECT_FALSE(a.approxEq(nan, 1e9));
-}
-
-TEST(Host, PluginStoresParametersAndReportsUnsetOnes)
-{
-    Rk::PluginGUI plugin;
-    EXPECT_TRUE((plugin.param<261u, osg::Matrixd>().isIdentity()));
-    osg::Matrixd untouched = osg::Matrixd::translate(9, 9, 9);
-    EXPECT_FALSE((plugin.getParam<14u, osg::Matrixd>(1, 2, untouched)));
-    EXPECT_EQ(untouched, osg::Matrixd::translate(9, 9, 9));
-
-    EXPECT_TRUE((plugin.setParam<261u, osg::Matrixd>(osg::Matrixd::translate(1, 2, 3))));
-    EXPECT_EQ((plugin.param<261u, osg::Matrixd>()), osg::Matrixd::translate(1, 2, 3));
-    EXPECT_TRUE((plugin.setParam<14u, osg::Matrixd>(1, 2, osg::Matrixd::scale(2, 2, 2))));
-    osg::Matrixd read;
-    EXPECT_TRUE((plugin.getParam<14u, osg::Matrixd>(1, 2, read)));
-    EXPECT_EQ(read, osg::Matrixd::scale(2, 2, 2));
-    EXPECT_FALSE((plugin.getParam<14u, osg::Matrixd>(2, 1, read)));
-}
-
-TEST(Host, PrintTagsMessagesAndCanDiscardThem)
-{
-    std::ostringstream out;
-    Rk::Print::instance().setStream(&out);
-    Rk::Print::instance().ostream(Rk::PRINT_INFO, "probe") << "hello" << std::endl;
-    EXPECT_NE(out.str().find("probe"), std::string::npos);
-    EXPECT_NE(out.str().find("hello\n"), std::string::npos);
-
-    Rk::Print::instance().setStream(nullptr);
-    Rk::Print::instance().ostream(Rk::PRINT_ERROR, "probe") << "gone";
-    Rk::Print::instance().setStream(&out);
-    EXPECT_EQ(out.str().find("gone"), std::string::npos);
-    Rk::Print::instance().setStream(nullptr);
 }
 
 } // namespace
