@@ -143,6 +143,17 @@ TEST(Composite3DDragger, SetPoseMovesTheDraggerButNotTheReceiver)
     expectMatrixNear(host.matrix, RkRenderTypes::rk2osg(coord), 1e-6);
 }
 
+TEST(Composite3DDragger, SlotsAreReachableByName)
+{
+    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
+    const RkCoordinateSystemTransformation coord(RkVector(0, 0, 4), RkOrientation());
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setPose",
+                                          Q_ARG(RkCoordinateSystemTransformation, coord)));
+    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 4.0, 1e-6);
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setValueOnRelease", Q_ARG(bool, true)));
+    EXPECT_TRUE(dragger->valueOnRelease());
+}
+
 TEST(Composite3DDragger, ReceiverGetsTranslationAndRotationOnly)
 {
     HostPose host;

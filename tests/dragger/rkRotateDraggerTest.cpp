@@ -96,6 +96,23 @@ TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRings)
     }
 }
 
+TEST(RotateDragger, ScreenSizedRingsHangBelowAntiSquishAutoTransformAndScale50)
+{
+    PoseStore store;
+    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(store.makeReceiver(), true);
+    dragger->setupDefaultGeometry();
+    auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(dragger->getChild(0));
+    ASSERT_NE(antiSquish, nullptr);
+    auto* autoTransform = dynamic_cast<osg::AutoTransform*>(antiSquish->getChild(0));
+    ASSERT_NE(autoTransform, nullptr);
+    EXPECT_TRUE(autoTransform->getAutoScaleToScreen());
+    auto* scale50 = dynamic_cast<osg::MatrixTransform*>(autoTransform->getChild(0));
+    ASSERT_NE(scale50, nullptr);
+    EXPECT_EQ(scale50->getMatrix(), osg::Matrixd::scale(50, 50, 50));
+    EXPECT_EQ(scale50->getNumChildren(), 3u);
+    EXPECT_EQ(scale50->getChild(0), dragger->getDragger(0));
+}
+
 TEST(RotateDragger, GeometryPropertiesTakeTubeRadiusFirst)
 {
     osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);

@@ -1,4 +1,5 @@
 #include "rkCoordinateSystemTransformation.h"
+#include "rkPlugin.h"
 #include "rkRenderTypes.h"
 
 #include <gtest/gtest.h>
@@ -96,6 +97,18 @@ TEST(Host, ApproxEqHoldsAtTheToleranceAndFailsBeyondIt)
     EXPECT_TRUE(a.approxEq(RkCoordinateSystemTransformation(RkVector(1, 1, 1), turned), 2e-3));
     const RkCoordinateSystemTransformation nan(RkVector(NAN, 1, 1), RkOrientation());
     EXPECT_FALSE(a.approxEq(nan, 1e9));
+}
+
+TEST(Host, PluginStoresParametersAndLeavesUnsetReadsUntouched)
+{
+    Rk::PluginGUI plugin;
+    EXPECT_TRUE((plugin.param<261u, osg::Matrixd>().isIdentity()));
+    osg::Matrixd untouched = osg::Matrixd::translate(9, 9, 9);
+    EXPECT_FALSE((plugin.getParam<14u, osg::Matrixd>(1, 2, untouched)));
+    EXPECT_EQ(untouched, osg::Matrixd::translate(9, 9, 9));
+    EXPECT_TRUE((plugin.setParam<14u, osg::Matrixd>(1, 2, osg::Matrixd::scale(2, 2, 2))));
+    EXPECT_TRUE((plugin.getParam<14u, osg::Matrixd>(1, 2, untouched)));
+    EXPECT_EQ(untouched, osg::Matrixd::scale(2, 2, 2));
 }
 
 } // namespace
