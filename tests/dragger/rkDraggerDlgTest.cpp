@@ -309,6 +309,38 @@ TEST_F(DraggerDlgTest, DraggerReplacedByNullIsNoLongerTouched)
     EXPECT_TRUE(plugin.poseWrites.empty());
 }
 
+TEST(DraggerDlgWithoutDragger, ShowsDefaultsAndStillAnnouncesItsOwnValues)
+{
+    Rk::DraggerDlg dialog(nullptr);
+    auto* x = dialog.findChild<QDoubleSpinBox*>("spinBoxX");
+    EXPECT_EQ(x->value(), 0.0);
+    EXPECT_EQ(dialog.findChild<QDoubleSpinBox*>("spinBoxScale")->value(), 1.0);
+
+    QSignalSpy scales(&dialog, &Rk::DraggerDlg::signalScaleChanged);
+    QSignalSpy shows(&dialog, &Rk::DraggerDlg::signalShowDragger);
+    QSignalSpy poses(&dialog, &Rk::DraggerDlg::signalPoseChanged);
+    dialog.scaleChanged(2.0);
+    dialog.showDragger(true);
+    dialog.poseChanged();
+    EXPECT_EQ(dialog.scale(), 2.0);
+    ASSERT_EQ(scales.count(), 1);
+    EXPECT_EQ(scales.at(0).at(0).toDouble(), 2.0);
+    ASSERT_EQ(shows.count(), 1);
+    EXPECT_TRUE(shows.at(0).at(0).toBool());
+    EXPECT_FALSE(dialog.draggerShown());
+    EXPECT_FALSE(x->isEnabled());
+    EXPECT_EQ(poses.count(), 1);
+
+    dialog.updateDraggingEnabled();
+    dialog.alignDragger(true);
+    dialog.setupCustomFrame(true);
+    dialog.setupCustomFrame(false);
+    dialog.connectDragger();
+    dialog.updateDraggerPose();
+    dialog.poseChangedFromDragger();
+    EXPECT_FALSE(dialog.signalsBlocked());
+}
+
 } // namespace
 
 // The dialog beside a viewer whose event traversal drives the frame dragger.

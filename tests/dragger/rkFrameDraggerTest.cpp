@@ -369,6 +369,36 @@ bool background(const osg::Image& image, const osg::Vec2d& window)
     return pixel[0] < 20 && pixel[1] < 20 && pixel[2] < 20;
 }
 
+TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPickable)
+{
+    dragger->setIsAlignedWithReferenceFrame(true);
+    harness.frame();
+    const osg::Vec2d from = onArrow(0, 0.7);
+    const osg::Vec2d to = onArrow(0, 0.9);
+    harness.press(from);
+    harness.drag(to);
+    // The host now rejects what it gets and reads back NaN.
+    osg::ref_ptr<Rk::DraggerReceiver> broken = new Rk::DraggerReceiver(
+        [] { return osg::Matrixd::translate(std::nan(""), 0, 0); }, [](const osg::Matrixd&) {});
+    dragger->setReceiver(broken.get());
+    harness.release(to);
+    EXPECT_TRUE(dragger->getMatrix().valid());
+    EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(), osg::Vec3d(0.2, 0, 0), 1e-3));
+    harness.frame();
+    EXPECT_TRUE(harness.press(onArrow(0, 0.7))) << "still pickable where the drag left it";
+}
+
+TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
+{
+    dragger->setScale(0.0);
+    for (const osg::Vec2d& at : {onArrow(0, 0.0), onArrow(1, 0.0), onRing(2, 0.0)}) {
+        EXPECT_FALSE(harness.press(at));
+        harness.drag(at + osg::Vec2d(30, 30));
+        harness.release(at + osg::Vec2d(30, 30));
+    }
+    EXPECT_TRUE(store.writes.empty());
+}
+
 } // namespace
 
 TEST(FrameDraggerRendering, ArrowsAndRingsShowTheirColoursWhilePickShapesDrawNothing)

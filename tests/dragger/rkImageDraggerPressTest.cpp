@@ -65,6 +65,17 @@ protected:
     osg::ref_ptr<osg::MatrixTransform> placed;
 };
 
+TEST_F(ImageDraggerInViewer, WithoutImageEveryPressPrintsAndMisses)
+{
+    place(files.truncatedPng("broken.png"));
+    dragger->addRegion({0}, log.recorder('A'));
+    EXPECT_FALSE(harness.press(cell(0, 0)));
+    harness.release(cell(0, 0));
+    EXPECT_NE(print.text.str().find("Found point "), std::string::npos);
+    QTest::qWait(2 * INTERVAL);
+    EXPECT_EQ(log.calls, "");
+}
+
 } // namespace
 
 TEST_F(ImageDraggerInViewer, HeldPressRepeatsTheRegionFromOneIntervalOnUntilRelease)
