@@ -112,14 +112,9 @@ protected:
     }
     void turnZRing(double fromDegrees, double toDegrees, bool release = true)
     {
-        const double step = (toDegrees - fromDegrees) / 3;
-        const osg::Vec2d points[] = {onRing(2, fromDegrees), onRing(2, fromDegrees + step),
-                                     onRing(2, fromDegrees + 2 * step), onRing(2, toDegrees)};
-        harness.press(points[0]);
-        for (int i = 1; i < 4; ++i)
-            harness.drag(points[i]);
-        if (release)
-            harness.release(points[3]);
+        turnAlong(
+            harness, [&](double degrees) { return onRing(2, degrees); }, fromDegrees, toDegrees,
+            release);
     }
 
     PoseStore store;

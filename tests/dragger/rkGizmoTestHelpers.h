@@ -2,6 +2,7 @@
 #define RK_GIZMO_TEST_HELPERS_H
 
 #include "rkDraggerReceiver.h"
+#include "rkViewerHarness.h"
 
 #include <osg/Geometry>
 #include <osg/Material>
@@ -57,6 +58,21 @@ const osg::Vec4 kAxisColours[3] = {kRed, kGreen, kBlue};
 const osg::Vec3d kAxes[3] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS};
 /// osgManipulator's default pick colour of its one-axis draggers.
 const osg::Vec4 kPickYellow(1.0f, 1.0f, 0.0f, 1.0f);
+
+/// Turns a ring from `from` to `to` degrees: the window points of three
+/// equal steps are taken from `at` before the press (the ring moves with the
+/// pose), then pressed, dragged through and released unless `release` is false.
+template <typename At>
+void turnAlong(ViewerHarness& harness, At at, double from, double to, bool release = true)
+{
+    const double step = (to - from) / 3;
+    const osg::Vec2d points[] = {at(from), at(from + step), at(from + 2 * step), at(to)};
+    harness.press(points[0]);
+    for (int i = 1; i < 4; ++i)
+        harness.drag(points[i]);
+    if (release)
+        harness.release(points[3]);
+}
 
 } // namespace RkTest
 

@@ -53,14 +53,9 @@ protected:
     /// `toDegrees` in three steps and, if asked, releases there.
     void turnRing(int axis, double fromDegrees, double toDegrees, bool release = true)
     {
-        const double step = (toDegrees - fromDegrees) / 3;
-        const osg::Vec2d points[] = {onRing(axis, fromDegrees), onRing(axis, fromDegrees + step),
-                                     onRing(axis, fromDegrees + 2 * step), onRing(axis, toDegrees)};
-        harness.press(points[0]);
-        for (int i = 1; i < 4; ++i)
-            harness.drag(points[i]);
-        if (release)
-            harness.release(points[3]);
+        turnAlong(
+            harness, [&](double degrees) { return onRing(axis, degrees); }, fromDegrees, toDegrees,
+            release);
     }
 
     PoseStore store;
