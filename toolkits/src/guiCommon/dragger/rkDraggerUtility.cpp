@@ -1,5 +1,7 @@
 #include "rkDraggerUtility.h"
 
+#include "rkAxialShellBound.h"
+
 #include <osg/Geometry>
 #include <osg/Image>
 #include <osg/KdTree>
@@ -22,39 +24,6 @@ class ForceCullCallback : public osg::DrawableCullCallback
 {
 public:
     bool cull(osg::NodeVisitor*, osg::Drawable*, osg::State*) const override { return true; }
-};
-
-/// Bounds a geode by the sphere about the centre of its drawables' box that
-/// just holds every vertex. The sphere that OpenSceneGraph derives from the box
-/// reaches the box's corners, far outside a ring; every pick ray through that
-/// empty space would enter the ring's handle and test its drawables. The
-/// tighter sphere still holds every vertex, hence every primitive, so culling
-/// and picking find exactly what they found before.
-class VertexBoundCallback : public osg::Node::ComputeBoundingSphereCallback
-{
-public:
-    osg::BoundingSphere computeBound(const osg::Node& node) const override
-    {
-        const osg::Geode* geode = node.asGeode();
-        // The geode's own computation also keeps its bounding box up to date.
-        const osg::BoundingSphere boxSphere = geode ? geode->computeBound() : node.computeBound();
-        if (!geode || !boxSphere.valid())
-            return boxSphere;
-        double radius2 = 0.0;
-        for (unsigned int index = 0; index < geode->getNumDrawables(); ++index) {
-            const osg::Drawable* drawable = geode->getDrawable(index);
-            const osg::Geometry* geometry = drawable->asGeometry();
-            const osg::Vec3Array* vertices =
-                geometry ? dynamic_cast<const osg::Vec3Array*>(geometry->getVertexArray())
-                         : nullptr;
-            if (!vertices)
-                return boxSphere;
-            for (const osg::Vec3& vertex : *vertices)
-                radius2 = std::max(radius2, (osg::Vec3d(vertex) - boxSphere.center()).length2());
-        }
-        return osg::BoundingSphere(boxSphere.center(),
-                                   std::min(std::sqrt(radius2), double(boxSphere.radius())));
-    }
 };
 
 // A full circle in 100 steps; the step is kept in single precision so that
@@ -256,7 +225,7 @@ osg::Geometry* createAnnulusGeometry(float outerRadius, float thickness, float z
 osg::Geode* createRotateDraggerTorusGeode(float ringRadius, float tubeRadius, float lineWidth)
 {
     osg::Geode* geode = new osg::Geode;
-    geode->setComputeBoundingSphereCallback(new VertexBoundCallback);
+    geode->setComputeBoundingSphereCallback(new Rk::AxialShellBound);
     geode->addDrawable(createPickTorus(ringRadius, tubeRadius));
     geode->addDrawable(createRing(ringRadius, lineWidth));
     for (int k = 0; k < kDirectionCones; ++k)

@@ -19,6 +19,12 @@ inline bool isFinite(const osg::Matrixd& matrix)
     return true;
 }
 
+/// True when all three components are finite.
+inline bool isFinite(const osg::Vec3d& vector)
+{
+    return std::isfinite(vector.x()) && std::isfinite(vector.y()) && std::isfinite(vector.z());
+}
+
 /// True when all four components are finite.
 inline bool isFinite(const osg::Quat& rotation)
 {

@@ -2,8 +2,10 @@
 #define RK_THREE_AXIS_DRAGGER_H
 
 #include "rkComposite3DDragger.h"
+#include "rkPickSegment.h"
 
 #include <osg/Vec4>
+#include <osgUtil/IntersectionVisitor>
 
 namespace Rk {
 
@@ -96,6 +98,27 @@ public:
         emit signalScaleChanged();
     }
 
+    /// Every visitor but a pick goes the base's way. A pick visits the
+    /// children in order, as a group does, but skips each handle whose
+    /// drawables the pick's segment certainly misses (`PickSegment`): the
+    /// same hits, without entering the handles that a ray at another handle
+    /// merely passes near.
+    void traverse(osg::NodeVisitor& visitor) override
+    {
+        osgUtil::IntersectionVisitor* picker = visitor.asIntersectionVisitor();
+        if (!picker) {
+            Composite3DDragger::traverse(visitor);
+            return;
+        }
+        const PickSegment segment(*picker);
+        for (unsigned int index = 0; index < getNumChildren(); ++index) {
+            osg::Node* child = getChild(index);
+            if (isHandle(child) && !segment.mayHit(*static_cast<Handle*>(child)))
+                continue;
+            child->accept(visitor);
+        }
+    }
+
 protected:
     ThreeAxisDragger(Rk::DraggerReceiver* receiver, int handleDragMode)
         : Composite3DDragger(receiver), m_handleDragMode(handleDragMode)
@@ -133,6 +156,12 @@ protected:
     }
 
 private:
+    bool isHandle(const osg::Node* node) const
+    {
+        return node == m_handles[X_AXIS].get() || node == m_handles[Y_AXIS].get() ||
+               node == m_handles[Z_AXIS].get();
+    }
+
     osg::ref_ptr<Handle> m_handles[3];
     int m_handleDragMode;
 };

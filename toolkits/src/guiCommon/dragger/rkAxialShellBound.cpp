@@ -1,0 +1,182 @@
+#include "rkAxialShellBound.h"
+
+#include <osg/Geode>
+#include <osg/Geometry>
+#include <osg/TemplatePrimitiveFunctor>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Rk {
+
+namespace {
+
+/// Distance from the origin to the segment from `a` to `b` (2D, in the
+/// XY plane of the vectors given).
+double distanceToSegment(const osg::Vec2d& a, const osg::Vec2d& b)
+{
+    const osg::Vec2d edge = b - a;
+    const double length2 = edge.length2();
+    const double t = length2 > 0.0 ? std::clamp(-(a * edge) / length2, 0.0, 1.0) : 0.0;
+    return (a + edge * t).length();
+}
+
+/// Distance from the origin to the triangle `a`, `b`, `c` (2D): zero when the
+/// origin lies inside, else the distance to the nearest edge.
+double distanceToTriangle(const osg::Vec2d& a, const osg::Vec2d& b, const osg::Vec2d& c)
+{
+    const auto side = [](const osg::Vec2d& p, const osg::Vec2d& q) {
+        return p.x() * q.y() - p.y() * q.x();
+    };
+    const double ab = side(a, b);
+    const double bc = side(b, c);
+    const double ca = side(c, a);
+    const bool inside =
+        (ab >= 0.0 && bc >= 0.0 && ca >= 0.0) || (ab <= 0.0 && bc <= 0.0 && ca <= 0.0);
+    if (inside && (ab != 0.0 || bc != 0.0 || ca != 0.0))
+        return 0.0;
+    return std::min({distanceToSegment(a, b), distanceToSegment(b, c), distanceToSegment(c, a)});
+}
+
+osg::Vec2d onPlane(const osg::Vec3& v)
+{
+    return osg::Vec2d(v.x(), v.y());
+}
+
+/// Gathers the shell of the faces it is given. A quad is bounded by its
+/// four corners' hull, which holds the two triangles of either diagonal,
+/// whichever a pick splits it into.
+struct ShellCollector
+{
+    double minRadius = std::numeric_limits<double>::max();
+    double maxRadius = 0.0;
+    double minZ = std::numeric_limits<double>::max();
+    double maxZ = std::numeric_limits<double>::lowest();
+    bool any = false;
+
+    void corner(const osg::Vec3& v)
+    {
+        maxRadius = std::max(maxRadius, onPlane(v).length());
+        minZ = std::min(minZ, double(v.z()));
+        maxZ = std::max(maxZ, double(v.z()));
+        any = true;
+    }
+    void operator()(const osg::Vec3&, bool) {}
+    void operator()(const osg::Vec3&, const osg::Vec3&, bool) {}
+    void operator()(const osg::Vec3& a, const osg::Vec3& b, const osg::Vec3& c, bool)
+    {
+        for (const osg::Vec3* v : {&a, &b, &c})
+            corner(*v);
+        minRadius = std::min(minRadius, distanceToTriangle(onPlane(a), onPlane(b), onPlane(c)));
+    }
+    void operator()(const osg::Vec3& a, const osg::Vec3& b, const osg::Vec3& c, const osg::Vec3& d,
+                    bool)
+    {
+        (*this)(a, b, c, false);
+        (*this)(a, b, d, false);
+        (*this)(a, c, d, false);
+        (*this)(b, c, d, false);
+    }
+};
+
+/// Range of `a t^2 + b t + c` over t in [t0, t1].
+void quadraticRange(double a, double b, double c, double t0, double t1, double& low, double& high)
+{
+    const auto at = [&](double t) { return (a * t + b) * t + c; };
+    low = std::min(at(t0), at(t1));
+    high = std::max(at(t0), at(t1));
+    if (a > 0.0) {
+        const double vertex = -b / (2.0 * a);
+        if (vertex > t0 && vertex < t1)
+            low = std::min(low, at(vertex));
+    }
+}
+
+} // namespace
+
+osg::BoundingSphere AxialShellBound::computeBound(const osg::Node& node) const
+{
+    const osg::Geode* geode = node.asGeode();
+    // The geode's own computation also keeps its bounding box up to date.
+    const osg::BoundingSphere boxSphere = geode ? geode->computeBound() : node.computeBound();
+    m_shell = geode ? shellOf(*geode) : Shell();
+    if (!geode || !boxSphere.valid())
+        return boxSphere;
+    double radius2 = 0.0;
+    for (unsigned int index = 0; index < geode->getNumDrawables(); ++index) {
+        const osg::Drawable* drawable = geode->getDrawable(index);
+        const osg::Geometry* geometry = drawable ? drawable->asGeometry() : nullptr;
+        const osg::Vec3Array* vertices =
+            geometry ? dynamic_cast<const osg::Vec3Array*>(geometry->getVertexArray()) : nullptr;
+        if (!vertices)
+            return boxSphere;
+        for (const osg::Vec3& vertex : *vertices)
+            radius2 = std::max(radius2, (osg::Vec3d(vertex) - boxSphere.center()).length2());
+    }
+    return osg::BoundingSphere(boxSphere.center(),
+                               std::min(std::sqrt(radius2), double(boxSphere.radius())));
+}
+
+AxialShellBound::Shell AxialShellBound::shellOf(const osg::Geode& geode)
+{
+    osg::TemplatePrimitiveFunctor<ShellCollector> collector;
+    for (unsigned int index = 0; index < geode.getNumDrawables(); ++index) {
+        const osg::Drawable* drawable = geode.getDrawable(index);
+        if (!drawable || !drawable->supports(collector))
+            return Shell();
+        drawable->accept(collector);
+    }
+    Shell shell;
+    shell.known = true;
+    if (!collector.any)
+        return shell; // No faces: nothing to hit, an empty shell.
+    shell.minRadius = collector.minRadius;
+    shell.maxRadius = collector.maxRadius;
+    shell.minZ = collector.minZ;
+    shell.maxZ = collector.maxZ;
+    return shell;
+}
+
+bool AxialShellBound::mayBeMetBy(const osg::Geode& geode, const osg::Vec3d& start,
+                                 const osg::Vec3d& end, double margin) const
+{
+    geode.getBound();
+    const Shell shell = m_shell;
+    if (!shell.known)
+        return true;
+    if (shell.maxRadius < shell.minRadius)
+        return false;
+    // The part of the segment between the planes z = minZ and z = maxZ...
+    const osg::Vec3d direction = end - start;
+    double t0 = 0.0;
+    double t1 = 1.0;
+    const double low = shell.minZ - margin;
+    const double high = shell.maxZ + margin;
+    if (direction.z() == 0.0) {
+        if (start.z() < low || start.z() > high)
+            return false;
+    } else {
+        double enter = (low - start.z()) / direction.z();
+        double leave = (high - start.z()) / direction.z();
+        if (enter > leave)
+            std::swap(enter, leave);
+        t0 = std::max(t0, enter);
+        t1 = std::min(t1, leave);
+        if (t0 > t1)
+            return false;
+    }
+    // ... meets the shell when its squared distance from the axis, a
+    // quadratic in t, reaches into [minRadius^2, maxRadius^2].
+    const double a = direction.x() * direction.x() + direction.y() * direction.y();
+    const double b = 2.0 * (start.x() * direction.x() + start.y() * direction.y());
+    const double c = start.x() * start.x() + start.y() * start.y();
+    double nearest2 = 0.0;
+    double farthest2 = 0.0;
+    quadraticRange(a, b, c, t0, t1, nearest2, farthest2);
+    const double inner = std::max(0.0, shell.minRadius - margin);
+    const double outer = shell.maxRadius + margin;
+    return farthest2 >= inner * inner && nearest2 <= outer * outer;
+}
+
+} // namespace Rk

@@ -1,0 +1,134 @@
+#include "rkPickSegment.h"
+
+#include "rkAxialShellBound.h"
+#include "rkFinite.h"
+
+#include <osg/Billboard>
+#include <osg/Geode>
+#include <osgUtil/IntersectionVisitor>
+#include <osgUtil/LineSegmentIntersector>
+
+#include <algorithm>
+#include <typeinfo>
+
+namespace Rk {
+
+namespace {
+
+// The segment here and the one OpenSceneGraph computes for a handle come
+// from different products of the same matrices and differ by rounding; every
+// bound is widened by this much per unit of the coordinates involved, far
+// more than that rounding and far less than any handle.
+const double kMarginPerUnit = 1e-7;
+
+/// Clips the segment from `start` to `end` to `box` grown by `margin` on
+/// every side; false when nothing is left.
+bool clipToBox(osg::Vec3d& start, osg::Vec3d& end, const osg::BoundingBox& box, double margin)
+{
+    double enter = 0.0;
+    double leave = 1.0;
+    const osg::Vec3d direction = end - start;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double low = box._min[axis] - margin;
+        const double high = box._max[axis] + margin;
+        if (direction[axis] == 0.0) {
+            if (start[axis] < low || start[axis] > high)
+                return false;
+            continue;
+        }
+        double t0 = (low - start[axis]) / direction[axis];
+        double t1 = (high - start[axis]) / direction[axis];
+        if (t0 > t1)
+            std::swap(t0, t1);
+        enter = std::max(enter, t0);
+        leave = std::min(leave, t1);
+        if (enter > leave)
+            return false;
+    }
+    end = start + direction * leave;
+    start = start + direction * enter;
+    return true;
+}
+
+/// Whether the segment from `start` to `end` meets `sphere` grown by `margin`
+/// (an invalid sphere is met, as OpenSceneGraph treats it).
+bool meetsSphere(const osg::Vec3d& start, const osg::Vec3d& end, const osg::BoundingSphere& sphere,
+                 double margin)
+{
+    if (!sphere.valid())
+        return true;
+    const osg::Vec3d direction = end - start;
+    const double length2 = direction.length2();
+    const osg::Vec3d fromCentre = start - osg::Vec3d(sphere.center());
+    // The point of the segment nearest to the centre.
+    const double t =
+        length2 > 0.0 ? std::clamp(-(fromCentre * direction) / length2, 0.0, 1.0) : 0.0;
+    const double radius = sphere.radius() + margin;
+    return (fromCentre + direction * t).length2() <= radius * radius;
+}
+
+/// False when the segment (geode coordinates) certainly hits nothing in
+/// `geode`: it misses the drawables' box, or the axial shell the geode
+/// carries. True whenever the geode holds something a bound cannot vouch for.
+bool mayHitGeode(const osg::Geode& geode, osg::Vec3d start, osg::Vec3d end, double margin)
+{
+    // A drawable without culling is tested whatever its box (the geode
+    // counts such children); a billboard turns its drawables to the eye.
+    if (!geode.isCullingActive() || dynamic_cast<const osg::Billboard*>(&geode))
+        return true;
+    const auto* shell =
+        dynamic_cast<const AxialShellBound*>(geode.getComputeBoundingSphereCallback());
+    // Another bound callback need not keep the geode's box up to date.
+    if (geode.getComputeBoundingSphereCallback() && !shell)
+        return true;
+    if (!clipToBox(start, end, geode.getBoundingBox(), margin))
+        return false;
+    return !shell || shell->mayBeMetBy(geode, start, end, margin);
+}
+
+} // namespace
+
+PickSegment::PickSegment(osgUtil::IntersectionVisitor& visitor)
+{
+    const osgUtil::Intersector* intersector = visitor.getIntersector();
+    if (!intersector || typeid(*intersector) != typeid(osgUtil::LineSegmentIntersector))
+        return;
+    const auto* segment = static_cast<const osgUtil::LineSegmentIntersector*>(intersector);
+    // The same transformation with which the visitor takes the segment into
+    // the frame of each node it enters.
+    const osg::Matrixd toLocal =
+        osgUtil::LineSegmentIntersector::getTransformation(visitor, segment->getCoordinateFrame());
+    m_start = segment->getStart() * toLocal;
+    m_end = segment->getEnd() * toLocal;
+    m_valid = isFinite(m_start) && isFinite(m_end);
+}
+
+bool PickSegment::mayHit(const osg::MatrixTransform& handle) const
+{
+    if (!m_valid)
+        return true;
+    const double margin = kMarginPerUnit * (1.0 + std::max(m_start.length(), m_end.length()));
+    // What OpenSceneGraph decides anyway, at the cost of one sphere test.
+    if (handle.isCullingActive() && !meetsSphere(m_start, m_end, handle.getBound(), margin))
+        return false;
+    if (handle.getReferenceFrame() != osg::Transform::RELATIVE_RF)
+        return true;
+    // A collapsed (singular) handle, or a non-finite segment, is left to
+    // OpenSceneGraph.
+    osg::Matrixd toHandle;
+    if (!toHandle.invert(handle.getMatrix()))
+        return true;
+    const osg::Vec3d start = m_start * toHandle;
+    const osg::Vec3d end = m_end * toHandle;
+    if (!isFinite(start) || !isFinite(end))
+        return true;
+    const double handleMargin = kMarginPerUnit * (1.0 + std::max(start.length(), end.length()));
+    for (unsigned int index = 0; index < handle.getNumChildren(); ++index) {
+        const osg::Geode* geode = handle.getChild(index)->asGeode();
+        if (!geode || mayHitGeode(*geode, start, end, handleMargin))
+            return true;
+    }
+    return false;
+}
+
+} // namespace Rk
