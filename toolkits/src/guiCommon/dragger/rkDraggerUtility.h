@@ -22,10 +22,12 @@ namespace RkDraggerUtility {
 /// 2.-9. eight cones on the ring, 45 degrees apart starting on +X, pointing
 ///    counter-clockwise seen from +Z; radius 0.01 and height 0.02 times
 ///    `lineWidth` (model units), so `lineWidth` also scales them.
-/// The geode's bounding sphere is the one about the centre of its drawables'
-/// box that just holds every vertex (about the ring's outer radius), not the
-/// sphere through the box's corners: pick rays that pass beside the ring do
-/// not enter it. Its bounding box is the drawables' box, as usual.
+/// The geode's bound is an `Rk::AxialShellBound`: its bounding sphere is the
+/// one about the centre of its drawables' box that just holds every vertex
+/// (about the ring's outer radius), not the sphere through the box's
+/// corners, and it knows the shell about Z that holds every face, so that
+/// pick rays that pass beside the ring or through its hole do not enter the
+/// ring's handle. Its bounding box is the drawables' box, as usual.
 osg::Geode* createRotateDraggerTorusGeode(float ringRadius, float tubeRadius, float lineWidth);
 
 /// A hollow cylinder about Z: outer wall of radius `outerRadius`, inner wall
