@@ -1,7 +1,6 @@
 #ifndef RK_PICK_SEGMENT_H
 #define RK_PICK_SEGMENT_H
 
-#include <osg/BoundingBox>
 #include <osg/MatrixTransform>
 #include <osg/Vec3d>
 
@@ -19,10 +18,11 @@ namespace Rk {
 /// one-axis handle is long and thin (an arrow) or flat (a ring), so its
 /// sphere lets through many rays that pass beside it, and each entered
 /// transform costs a matrix inversion, allocations and the tests of all its
-/// drawables. The box of the handle's drawables, in the handle's own frame,
-/// hugs it much more closely: a segment that misses that box cannot hit any
-/// of them, because OpenSceneGraph's line-segment intersector only reports
-/// points on triangles inside a drawable's box.
+/// drawables. The box of each of the handle's geodes, in the handle's own
+/// frame, hugs it much more closely, and a ring's axial shell
+/// (`AxialShellBound`) even leaves out its hole: a segment that misses them
+/// cannot hit any drawable, because OpenSceneGraph's line-segment
+/// intersector only reports points on triangles inside a drawable's box.
 ///
 /// The test is conservative: it answers "may hit" whenever it cannot be sure
 /// (another kind of intersector, a handle with other children than geodes of
@@ -34,8 +34,11 @@ public:
     /// The segment of `visitor`'s intersector in the local coordinates of the
     /// node being traversed (the transforms above it included). Valid only
     /// when the visitor's intersector is exactly an
-    /// `osgUtil::LineSegmentIntersector`, as `osgViewer::View::computeIntersections` uses.
+    /// `osgUtil::LineSegmentIntersector`, as `osgViewer::View::computeIntersections`
+    /// uses, and the segment is finite.
     explicit PickSegment(osgUtil::IntersectionVisitor& visitor);
+    /// An invalid segment.
+    PickSegment() = default;
 
     bool valid() const { return m_valid; }
 

@@ -106,11 +106,11 @@ public:
     void traverse(osg::NodeVisitor& visitor) override
     {
         osgUtil::IntersectionVisitor* picker = visitor.asIntersectionVisitor();
-        if (!picker) {
+        const PickSegment segment = picker ? PickSegment(*picker) : PickSegment();
+        if (!segment.valid()) {
             Composite3DDragger::traverse(visitor);
             return;
         }
-        const PickSegment segment(*picker);
         for (unsigned int index = 0; index < getNumChildren(); ++index) {
             osg::Node* child = getChild(index);
             if (isHandle(child) && !segment.mayHit(*static_cast<Handle*>(child)))
