@@ -1,6 +1,7 @@
 #include "rkComposite3DDragger.h"
 
 #include "rkFinite.h"
+#include "rkPickCache.h"
 #include "rkRenderTypes.h"
 
 #include <osg/Camera>
@@ -202,6 +203,8 @@ void Composite3DDragger::setActiveAxis(AxisEnum axis)
 
 void Composite3DDragger::setFromChildDraggerActive() {}
 
+void Composite3DDragger::cancelDrag() {}
+
 void Composite3DDragger::setValueOnRelease(bool value)
 {
     m_valueOnRelease = value;
@@ -269,8 +272,8 @@ bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::Vi
                               osgGA::GUIActionAdapter& action)
 {
     _pointer.reset();
-    osgUtil::LineSegmentIntersector::Intersections hits;
-    if (!view.computeIntersections(event.getX(), event.getY(), hits, _intersectionMask))
+    const PickCache::Hits& hits = PickCache::hits(view, event, _intersectionMask);
+    if (hits.empty())
         return false;
     for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits)
         _pointer.addIntersection(hit.nodePath, hit.getLocalIntersectPoint());

@@ -4,6 +4,7 @@
 #include "rkCoordinateSystemTransformation.h"
 #include "rkDraggerReceiver.h"
 #include "rkFollowAgreement.h"
+#include "rkHandlingSignals.h"
 
 #include <QObject>
 #include <osg/Quat>
@@ -29,7 +30,7 @@ class PluginGUI;
 /// translations agree. A new dragger is hidden (node mask 0): call
 /// `setupDefaultGeometry()` on a subclass, then `showDraggers(true)`.
 /// Intersection mask and shown node mask are `DRAGGER_MASK` (1024).
-class Composite3DDragger : public QObject, public osgManipulator::CompositeDragger
+class Composite3DDragger : public HandlingSignals, public osgManipulator::CompositeDragger
 {
     Q_OBJECT
 
@@ -76,6 +77,9 @@ public:
     /// every handle to a point, so nothing can be picked). NaN and infinite
     /// values are ignored: nothing is stored and nothing is emitted.
     virtual void setScale(double scale);
+    /// During a drag: the pose goes back to the pose of the press and the
+    /// drag ends. Outside a drag: nothing.
+    void cancelDrag() override;
     /// Stores the active axis (subclasses also recolour their handles).
     virtual void setActiveAxis(AxisEnum axis);
     /// Makes the axis of the pressed component active (nothing here).
