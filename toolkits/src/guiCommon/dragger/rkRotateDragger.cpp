@@ -1,8 +1,8 @@
 #include "rkRotateDragger.h"
 
 #include "rkDraggerUtility.h"
+#include "rkViewAwareAutoTransform.h"
 
-#include <osg/AutoTransform>
 #include <osgManipulator/AntiSquish>
 
 namespace Rk {
@@ -35,7 +35,8 @@ osg::Group* RotateDragger::createScreenScaleChain()
 {
     osg::MatrixTransform* scaler =
         new osg::MatrixTransform(osg::Matrixd::scale(SCREEN_SCALE, SCREEN_SCALE, SCREEN_SCALE));
-    osg::AutoTransform* autoTransform = new osg::AutoTransform;
+    // Picks with the scale of the view it is picked in when several views show it.
+    osg::AutoTransform* autoTransform = new ViewAwareAutoTransform;
     autoTransform->setAutoScaleToScreen(true);
     autoTransform->addChild(scaler);
     // Keeps the rings round under a non-uniform scale above the dragger.
