@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QTextStream>
 
+#include <osg/Notify>
+
 #include <cstdio>
 
 namespace {
@@ -25,10 +27,11 @@ const char* const kUsage =
     "  --screenshot FILE  open the window, render a few frames, save a PNG of\n"
     "                     the whole window to FILE and exit\n"
     "\n"
-    "In the window: drag an arrow to move the tool along an axis, a ring to turn\n"
-    "it; orbit with the left button on empty space, zoom with the wheel. Hold a\n"
-    "jog button (lower left) to step the tool; type a pose in the dock; Home\n"
-    "returns the tool to its start.\n";
+    "In either view (the perspective view or the top view beside it): drag an\n"
+    "arrow to move the tool along an axis, a ring to turn it; orbit with the\n"
+    "left button on empty space, zoom with the wheel. Hold a jog button (lower\n"
+    "left) to step the tool; type a pose in the dock; Home returns the tool to\n"
+    "its start.\n";
 
 struct Options
 {
@@ -94,6 +97,10 @@ int main(int argc, char** argv)
         return kExitUsage;
     }
 
+    // With two views every node has two paths to a root, and osgManipulator
+    // notes at each press that it takes the first; both paths carry the
+    // same transforms, so the note is only noise here.
+    osg::setNotifyLevel(osg::WARN);
     QApplication application(argc, argv);
     RkDemoMainWindow window(jogPanelImage());
     window.show();

@@ -8,6 +8,7 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QDockWidget>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -17,22 +18,29 @@ namespace {
 
 const osg::Vec3d kEye(1.9, -2.3, 1.5);
 const osg::Vec3d kLookAt(0.25, 0.0, 0.45);
+// The top view looks straight down on the arm's reach, +Y up on screen.
+const osg::Vec3d kTopEye(0.35, 0.0, 4.5);
+const osg::Vec3d kTopLookAt(0.35, 0.0, 0.0);
+const osg::Vec3d kTopUp(0.0, 1.0, 0.0);
+// Share of the window's width that the main view keeps beside the top view.
+const int kMainViewStretch = 3;
+const int kTopViewStretch = 2;
 const osg::Vec4 kSky(0.16f, 0.18f, 0.22f, 1.0f);
 const int kStatusTimeoutMs = 3000;
 
 } // namespace
 
 RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent)
-    : QMainWindow(parent), m_view(new RkOsgViewWidget(this))
+    : QMainWindow(parent), m_view(new RkOsgViewWidget)
 {
     setWindowTitle(tr("librkDragger demo"));
-    setCentralWidget(m_view);
+    m_view->setObjectName("mainView");
     m_jogPanel = std::make_unique<RkJogPanel>(m_plugin, jogPanelImage.toStdString());
     buildScene();
     buildDialogDock();
     buildToolBar();
     m_plugin.setPoseListener([this](const osg::Matrixd& pose) { m_arm.setEndEffectorPose(pose); });
-    resize(1100, 720);
+    resize(1280, 720);
 }
 
 RkDemoMainWindow::~RkDemoMainWindow()
@@ -40,6 +48,7 @@ RkDemoMainWindow::~RkDemoMainWindow()
     // The scene refers to the plug-in; let it go before the plug-in does.
     m_plugin.setPoseListener(nullptr);
     delete m_view;
+    delete m_topView;
 }
 
 void RkDemoMainWindow::buildScene()
@@ -60,6 +69,30 @@ void RkDemoMainWindow::buildScene()
     viewer->home();
     connect(m_view, &RkOsgViewWidget::resized, this,
             [this](int width, int height) { m_jogPanel->resize(width, height); });
+    buildTopView(m_arm.node());
+}
+
+void RkDemoMainWindow::buildTopView(osg::Node* arm)
+{
+    // A second view of the same arm and gizmo (the jog panel belongs to the
+    // main view): the gizmo is picked and dragged in either.
+    m_topView = new RkOsgViewWidget;
+    m_topView->setObjectName("topView");
+    osg::ref_ptr<osg::Group> root = new osg::Group;
+    root->addChild(arm);
+    root->addChild(m_frameDragger.get());
+    osgViewer::Viewer* viewer = m_topView->viewer();
+    viewer->setSceneData(root.get());
+    viewer->getCamera()->setClearColor(kSky);
+    viewer->getCameraManipulator()->setHomePosition(kTopEye, kTopLookAt, kTopUp);
+    viewer->home();
+
+    auto* views = new QSplitter(Qt::Horizontal, this);
+    views->addWidget(m_view);
+    views->addWidget(m_topView);
+    views->setStretchFactor(0, kMainViewStretch);
+    views->setStretchFactor(1, kTopViewStretch);
+    setCentralWidget(views);
 }
 
 void RkDemoMainWindow::buildDialogDock()

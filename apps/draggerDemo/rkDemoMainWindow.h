@@ -33,6 +33,8 @@ public:
 
     RkDemoPlugin& plugin() { return m_plugin; }
     RkOsgViewWidget* view() const { return m_view; }
+    /// The second view of the same arm and gizmo, from above.
+    RkOsgViewWidget* topView() const { return m_topView; }
     Rk::FrameDragger* frameDragger() const { return m_frameDragger.get(); }
     Rk::DraggerDlg* dialog() const { return m_dialog; }
     RkJogPanel* jogPanel() const { return m_jogPanel.get(); }
@@ -49,6 +51,7 @@ private slots:
 
 private:
     void buildScene();
+    void buildTopView(osg::Node* arm);
     void buildDialogDock();
     void buildToolBar();
     void pauseFollowWhileCustomFrameIsTurned();
@@ -56,6 +59,7 @@ private:
     RkDemoPlugin m_plugin;
     RkDemoArm m_arm;
     RkOsgViewWidget* m_view;
+    RkOsgViewWidget* m_topView = nullptr;
     osg::ref_ptr<Rk::FrameDragger> m_frameDragger;
     std::unique_ptr<RkJogPanel> m_jogPanel;
     Rk::DraggerDlg* m_dialog = nullptr;

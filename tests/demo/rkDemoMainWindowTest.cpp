@@ -48,9 +48,10 @@ protected:
         QTest::qWait(kSettleMs);
     }
 
-    QPoint onScreen(const osg::Vec3d& world) const
+    QPoint onScreen(const osg::Vec3d& world) const { return onScreen(window->view(), world); }
+    static QPoint onScreen(const RkOsgViewWidget* view, const osg::Vec3d& world)
     {
-        return window->view()->project(world).toPoint();
+        return view->project(world).toPoint();
     }
     osg::Vec3d hostPosition() { return window->plugin().endEffectorPose().getTrans(); }
     QDoubleSpinBox* box(const char* name) const
@@ -61,27 +62,29 @@ protected:
     std::unique_ptr<RkDemoMainWindow> window;
 };
 
-TEST_F(DemoMainWindow, DraggingTheXArrowMovesTheEndEffectorAndTheDialogShowsIt)
+TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDialogShowsIt)
 {
-    const osg::Vec3d start = hostPosition();
-    const osg::Vec3d grab = start + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0);
-    RkOsgViewWidget* view = window->view();
-    QTest::mousePress(view, Qt::LeftButton, {}, onScreen(grab));
-    QTest::qWait(kSettleMs);
-    for (int step = 1; step <= 4; ++step) {
-        const osg::Vec3d at = grab + osg::Vec3d(kDragDistance * step / 4.0, 0, 0);
-        QTest::mouseMove(view, onScreen(at));
-        QTest::qWait(30);
-    }
-    const osg::Vec3d end = grab + osg::Vec3d(kDragDistance, 0, 0);
-    QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(end));
-    QTest::qWait(kSettleMs);
+    for (RkOsgViewWidget* view : {window->view(), window->topView()}) {
+        SCOPED_TRACE(view->objectName().toStdString());
+        const osg::Vec3d start = hostPosition();
+        const osg::Vec3d grab = start + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0);
+        QTest::mousePress(view, Qt::LeftButton, {}, onScreen(view, grab));
+        QTest::qWait(kSettleMs);
+        for (int step = 1; step <= 4; ++step) {
+            const osg::Vec3d at = grab + osg::Vec3d(kDragDistance * step / 4.0, 0, 0);
+            QTest::mouseMove(view, onScreen(view, at));
+            QTest::qWait(30);
+        }
+        const osg::Vec3d end = grab + osg::Vec3d(kDragDistance, 0, 0);
+        QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(view, end));
+        QTest::qWait(kSettleMs);
 
-    const osg::Vec3d moved = hostPosition() - start;
-    EXPECT_NEAR(moved.x(), kDragDistance, 0.05 * kDragDistance);
-    EXPECT_NEAR(moved.y(), 0.0, 1e-9);
-    EXPECT_NEAR(moved.z(), 0.0, 1e-9);
-    EXPECT_NEAR(box("spinBoxX")->value(), hostPosition().x(), 0.0005);
+        const osg::Vec3d moved = hostPosition() - start;
+        EXPECT_NEAR(moved.x(), kDragDistance, 0.05 * kDragDistance);
+        EXPECT_NEAR(moved.y(), 0.0, 1e-9);
+        EXPECT_NEAR(moved.z(), 0.0, 1e-9);
+        EXPECT_NEAR(box("spinBoxX")->value(), hostPosition().x(), 0.0005);
+    }
 }
 
 TEST_F(DemoMainWindow, TypedYSticksInThePlugin)
