@@ -4,42 +4,7 @@
 #include <boost/function.hpp>
 #include <gtest/gtest.h>
 
-#include <tuple>
-#include <vector>
-
 namespace {
-
-// A plug-in that records every call of its two hooks.
-class RecordingPlugin : public Rk::PluginGUI
-{
-public:
-    struct Call
-    {
-        unsigned int id, i, j;
-        osg::Matrixd value;
-    };
-    mutable std::vector<Call> reads;
-    std::vector<Call> writes;
-    osg::Matrixd current = osg::Matrixd::translate(4, 5, 6);
-    bool readSucceeds = true;
-
-protected:
-    bool readMatrixParam(unsigned int id, unsigned int i, unsigned int j,
-                         osg::Matrixd& value) const override
-    {
-        reads.push_back({id, i, j, value});
-        if (readSucceeds)
-            value = current;
-        return readSucceeds;
-    }
-    bool writeMatrixParam(unsigned int id, unsigned int i, unsigned int j,
-                          const osg::Matrixd& value) override
-    {
-        writes.push_back({id, i, j, value});
-        current = value;
-        return true;
-    }
-};
 
 TEST(DraggerReceiver, EmptyFunctionsReadTheIdentityAndIgnoreWrites)
 {
@@ -62,7 +27,7 @@ TEST(DraggerReceiver, PassesMatricesThroughUnchanged)
     EXPECT_EQ(stored, written);
 }
 
-TEST(DraggerReceiver, ArgumentGetterStartsFromTheIdentityAndItsResultIsIgnored)
+TEST(DraggerReceiver, ArgumentGetterStartsFromTheIdentityIgnoresItsResultAndThrowsWhenEmpty)
 {
     for (bool reported : {true, false}) {
         Rk::DraggerReceiver::ReceiverArg arg;
@@ -71,51 +36,40 @@ TEST(DraggerReceiver, ArgumentGetterStartsFromTheIdentityAndItsResultIsIgnored)
             m.setTrans(1, 2, 3);
             return reported;
         };
-        arg.setter = [](const osg::Matrixd&) {};
         osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(arg);
         EXPECT_EQ(receiver->getMatrix(), osg::Matrixd::translate(1, 2, 3));
     }
-}
-
-TEST(DraggerReceiver, EmptyArgumentGetterThrowsBadFunctionCall)
-{
-    osg::ref_ptr<Rk::DraggerReceiver> receiver =
+    osg::ref_ptr<Rk::DraggerReceiver> empty =
         new Rk::DraggerReceiver(Rk::DraggerReceiver::ReceiverArg());
-    EXPECT_THROW(receiver->getMatrix(), boost::bad_function_call);
-    EXPECT_NO_THROW(receiver->setMatrix(osg::Matrixd())); // empty setter: nothing
+    EXPECT_THROW(empty->getMatrix(), boost::bad_function_call);
+    EXPECT_NO_THROW(empty->setMatrix(osg::Matrixd())); // empty setter: nothing
 }
 
-TEST(EEDraggerReceiver, GuiReceiverUses261AndIndexedReceiver14AtItsIndicesAtEveryCall)
+// The plug-in's own store keeps each parameter at its address (parameter,
+// i, j): a value lands where the receiver wrote it and is read from there.
+TEST(EEDraggerReceiver, UsesItsParameterAtItsIndicesAtEveryCallWithoutCaching)
 {
-    RecordingPlugin plugin;
+    Rk::PluginGUI plugin;
     osg::ref_ptr<Rk::DraggerReceiver> gui = new Rk::EEDraggerReceiver(&plugin);
     osg::ref_ptr<Rk::DraggerReceiver> indexed = new Rk::EEDraggerReceiver(&plugin, 2, 5);
+    osg::ref_ptr<Rk::DraggerReceiver> wrapped = new Rk::EEDraggerReceiver(&plugin, -1, -2);
+    EXPECT_TRUE(gui->getMatrix().isIdentity());
+    EXPECT_TRUE(indexed->getMatrix().isIdentity()) << "a failed read gives the identity";
+
+    plugin.setParam<261u, osg::Matrixd>(osg::Matrixd::translate(4, 5, 6));
+    plugin.setParam<14u, osg::Matrixd>(2, 5, osg::Matrixd::translate(0, 0, 1));
+    plugin.setParam<14u, osg::Matrixd>(unsigned(-1), unsigned(-2), osg::Matrixd::scale(3, 3, 3));
     EXPECT_EQ(gui->getMatrix(), osg::Matrixd::translate(4, 5, 6));
-    plugin.current = osg::Matrixd::translate(0, 0, 1);
-    EXPECT_EQ(indexed->getMatrix(), osg::Matrixd::translate(0, 0, 1)); // no caching
+    EXPECT_EQ(indexed->getMatrix(), osg::Matrixd::translate(0, 0, 1));
+    EXPECT_EQ(wrapped->getMatrix(), osg::Matrixd::scale(3, 3, 3));
+
     gui->setMatrix(osg::Matrixd::translate(1, 1, 1));
     indexed->setMatrix(osg::Matrixd::translate(3, 2, 1));
-
-    ASSERT_EQ(plugin.reads.size(), 2u);
-    ASSERT_EQ(plugin.writes.size(), 2u);
-    using Address = std::tuple<unsigned int, unsigned int, unsigned int>;
-    for (const auto* calls : {&plugin.reads, &plugin.writes}) {
-        EXPECT_EQ(Address((*calls)[0].id, (*calls)[0].i, (*calls)[0].j), Address(261u, 0u, 0u));
-        EXPECT_EQ(Address((*calls)[1].id, (*calls)[1].i, (*calls)[1].j), Address(14u, 2u, 5u));
-    }
-    EXPECT_TRUE(plugin.reads[1].value.isIdentity()) << "reads start from the identity";
-    EXPECT_EQ(plugin.writes[0].value, osg::Matrixd::translate(1, 1, 1));
-}
-
-TEST(EEDraggerReceiver, FailedReadGivesTheIdentityAndNegativeIndicesWrap)
-{
-    RecordingPlugin plugin;
-    plugin.readSucceeds = false;
-    osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::EEDraggerReceiver(&plugin, -1, -2);
-    EXPECT_TRUE(receiver->getMatrix().isIdentity());
-    ASSERT_EQ(plugin.reads.size(), 1u);
-    EXPECT_EQ(plugin.reads[0].i, static_cast<unsigned int>(-1));
-    EXPECT_EQ(plugin.reads[0].j, static_cast<unsigned int>(-2));
+    EXPECT_EQ((plugin.param<261u, osg::Matrixd>()), osg::Matrixd::translate(1, 1, 1));
+    osg::Matrixd read;
+    EXPECT_TRUE((plugin.getParam<14u, osg::Matrixd>(2, 5, read)));
+    EXPECT_EQ(read, osg::Matrixd::translate(3, 2, 1));
+    EXPECT_EQ(wrapped->getMatrix(), osg::Matrixd::scale(3, 3, 3)) << "other indices untouched";
 }
 
 TEST(EEDraggerReceiver, NullPluginReadsTheIdentityAndIgnoresWrites)
