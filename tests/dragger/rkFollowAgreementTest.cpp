@@ -15,18 +15,12 @@ const osg::Matrixd kReceiver = osg::Matrixd::rotate(0.5, osg::X_AXIS);
 
 } // namespace
 
-TEST(FollowAgreement, KnowsNothingUntilAnAgreementIsRecorded)
+TEST(FollowAgreement, AgreesOnlyWithTheLastRecordedInputs)
 {
     FollowAgreement agreement;
     EXPECT_FALSE(agreement.knownToAgree(osg::Matrixd(), osg::Quat(), osg::Matrixd()));
     agreement.record(kDragger, kAlignment, kReceiver);
     EXPECT_TRUE(agreement.knownToAgree(kDragger, kAlignment, kReceiver));
-}
-
-TEST(FollowAgreement, AnyChangedInputIsUnknown)
-{
-    FollowAgreement agreement;
-    agreement.record(kDragger, kAlignment, kReceiver);
     // The smallest possible change of one element of each input in turn.
     osg::Matrixd nudgedDragger = kDragger;
     nudgedDragger(3, 0) = std::nextafter(nudgedDragger(3, 0), 2.0);
