@@ -1,4 +1,5 @@
 #include "rkComposite3DDragger.h"
+#include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
 #include "rkRenderTypes.h"
 
@@ -11,29 +12,17 @@
 namespace {
 
 using Rk::Composite3DDragger;
+using RkTest::PoseStore;
 
 Rk::DraggerReceiver* const kNoReceiver = nullptr;
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+const double kInfinity = std::numeric_limits<double>::infinity();
 
-// A receiver over a matrix the test owns, counting reads and writes.
-struct HostPose
+osg::ref_ptr<Composite3DDragger> draggerOn(PoseStore& store, const osg::Matrixd& pose)
 {
-    osg::Matrixd matrix;
-    int reads = 0;
-    int writes = 0;
-
-    osg::ref_ptr<Rk::DraggerReceiver> receiver()
-    {
-        return new Rk::DraggerReceiver(
-            [this] {
-                ++reads;
-                return matrix;
-            },
-            [this](const osg::Matrixd& m) {
-                ++writes;
-                matrix = m;
-            });
-    }
-};
+    store.pose = pose;
+    return new Composite3DDragger(store.makeReceiver());
+}
 
 osg::Matrixd turnAndShift(double angle, const osg::Vec3d& axis, const osg::Vec3d& shift)
 {
@@ -63,9 +52,9 @@ void expectQuatNear(const osg::Quat& a, const osg::Quat& b, double tolerance)
 
 TEST(Composite3DDragger, NewDraggerIsHiddenEnabledAndTakesTheReceiversPose)
 {
-    HostPose host;
-    host.matrix = turnAndShift(0.5, osg::Z_AXIS, osg::Vec3d(1, 2, 3));
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    PoseStore store;
+    osg::ref_ptr<Composite3DDragger> dragger =
+        draggerOn(store, turnAndShift(0.5, osg::Z_AXIS, osg::Vec3d(1, 2, 3)));
     EXPECT_EQ(dragger->getNodeMask(), 0u);
     EXPECT_EQ(dragger->getIntersectionMask(), 1024u);
     EXPECT_TRUE(dragger->getHandleEvents());
@@ -75,8 +64,8 @@ TEST(Composite3DDragger, NewDraggerIsHiddenEnabledAndTakesTheReceiversPose)
     EXPECT_TRUE(dragger->draggingEnabled());
     EXPECT_TRUE(dragger->receiverUpdate());
     EXPECT_TRUE(dragger->receiverFollow());
-    EXPECT_EQ(dragger->getMatrix(), host.matrix);
-    EXPECT_EQ(host.writes, 0);
+    EXPECT_EQ(dragger->getMatrix(), store.pose);
+    EXPECT_TRUE(store.writes.empty());
 }
 
 TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPose)
@@ -93,24 +82,21 @@ TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPose)
 TEST(Composite3DDragger, ShowDraggersReachesEveryHandleOfNestedComposites)
 {
     osg::ref_ptr<Composite3DDragger> outer = new Composite3DDragger(kNoReceiver);
-    std::vector<osg::ref_ptr<osgManipulator::Dragger>> handles;
+    std::vector<osg::ref_ptr<osgManipulator::Dragger>> nodes = {outer};
     for (int part = 0; part < 2; ++part) {
         osg::ref_ptr<Composite3DDragger> inner = new Composite3DDragger(kNoReceiver);
-        for (int axis = 0; axis < 3; ++axis) {
-            handles.push_back(new osgManipulator::Translate1DDragger);
-            inner->addChild(handles.back().get());
-            inner->addDragger(handles.back().get());
-        }
-        outer->addChild(inner.get());
         outer->addDragger(inner.get());
-        handles.push_back(inner);
+        nodes.push_back(inner);
+        for (int axis = 0; axis < 3; ++axis) {
+            nodes.push_back(new osgManipulator::Translate1DDragger);
+            inner->addDragger(nodes.back().get());
+        }
     }
     QSignalSpy poseSpy(outer.get(), &Composite3DDragger::signalPoseChanged);
     for (bool show : {true, false}) {
         outer->showDraggers(show);
-        EXPECT_EQ(outer->getNodeMask(), show ? 1024u : 0u);
-        for (const auto& handle : handles)
-            EXPECT_EQ(handle->getNodeMask(), show ? 1024u : 0u);
+        for (const auto& node : nodes)
+            EXPECT_EQ(node->getNodeMask(), show ? 1024u : 0u);
     }
     EXPECT_EQ(poseSpy.count(), 0);
 }
@@ -127,22 +113,6 @@ TEST(Composite3DDragger, DraggingEnabledSignalsOnlyOnChange)
     EXPECT_FALSE(dragger->draggingEnabled());
 }
 
-TEST(Composite3DDragger, SetPoseMovesTheDraggerButNotTheReceiver)
-{
-    HostPose host;
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    const RkCoordinateSystemTransformation coord = hostPose(0.3, -0.2, 1.1, RkVector(1, -2, 0.5));
-    dragger->setPose(coord);
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(host.writes, 0);
-    expectMatrixNear(dragger->getMatrix(), RkRenderTypes::rk2osg(coord), 1e-6);
-
-    dragger->setReceiverMatrix();
-    EXPECT_EQ(host.writes, 1);
-    expectMatrixNear(host.matrix, RkRenderTypes::rk2osg(coord), 1e-6);
-}
-
 TEST(Composite3DDragger, SlotsAreReachableByName)
 {
     osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
@@ -154,21 +124,80 @@ TEST(Composite3DDragger, SlotsAreReachableByName)
     EXPECT_TRUE(dragger->valueOnRelease());
 }
 
-TEST(Composite3DDragger, ReceiverGetsTranslationAndRotationOnly)
+TEST(Composite3DDragger, SetPoseMovesOnlyTheDraggerAndSyncWritesThePreviousPoseFirst)
 {
-    HostPose host;
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
-    dragger->setMatrix(osg::Matrixd::scale(2, 2, 2) * turnAndShift(0.4, osg::X_AXIS, {1, 2, 3}));
+    PoseStore store;
+    osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd::translate(1, 0, 0));
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    const RkCoordinateSystemTransformation coord = hostPose(0.3, -0.2, 1.1, RkVector(1, -2, 0.5));
+    dragger->setPose(coord);
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_TRUE(store.writes.empty());
+    expectMatrixNear(dragger->getMatrix(), RkRenderTypes::rk2osg(coord), 1e-6);
+
+    const osg::Matrixd typed = turnAndShift(0.25, osg::Z_AXIS, {0, 3, 0});
+    dragger->syncReceiverToPose(typed);
+    ASSERT_EQ(store.writes.size(), 1u);
+    expectMatrixNear(store.pose, RkRenderTypes::rk2osg(coord), 1e-6);
+    expectMatrixNear(dragger->getMatrix(), typed, 1e-6);
+    EXPECT_EQ(spy.count(), 2);
+
+    // With the receiver-update flag clear nothing is written; the dragger
+    // still moves and signals.
+    dragger->setReceiverUpdate(false);
     dragger->setReceiverMatrix();
-    expectMatrixNear(host.matrix, turnAndShift(0.4, osg::X_AXIS, {1, 2, 3}), 1e-12);
+    dragger->syncReceiverToPose(osg::Matrixd::translate(5, 0, 0));
+    EXPECT_EQ(store.writes.size(), 1u);
+    EXPECT_EQ(spy.count(), 3);
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(5, 0, 0));
+}
+
+TEST(Composite3DDragger, ReceiverGetsTranslationAndRotationOnlyAndNeverANonFinitePose)
+{
+    PoseStore store;
+    osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd());
+    for (double bad : {kNaN, kInfinity, -kInfinity}) {
+        osg::Matrixd turned;
+        turned(1, 1) = bad;
+        for (const osg::Matrixd& matrix : {osg::Matrixd::translate(bad, 0, 0), turned}) {
+            dragger->setMatrix(matrix);
+            dragger->setReceiverMatrix();
+        }
+    }
+    EXPECT_TRUE(store.writes.empty());
+
+    const osg::Matrixd rigid = turnAndShift(0.4, osg::X_AXIS, {1, 2, 3});
+    dragger->setMatrix(osg::Matrixd::scale(2, 2, 2) * rigid);
+    dragger->setReceiverMatrix();
+    expectMatrixNear(store.pose, rigid, 1e-12);
+}
+
+TEST(Composite3DDragger, NonFinitePosesLeaveTheDraggerWhereItWasButStillSignal)
+{
+    PoseStore store;
+    osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd::translate(1, 2, 3));
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    dragger->setPose(hostPose(0, 0, 0, RkVector(kNaN, 0, 0)));
+    dragger->setPose(hostPose(kInfinity, 0, 0, RkVector()));
+    // Finite, but beyond single precision.
+    dragger->setPose(hostPose(0, 0, 0, RkVector(1e300, 0, 0)));
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
+    EXPECT_EQ(spy.count(), 3);
+
+    osg::Matrixd broken = osg::Matrixd::translate(4, 5, 6);
+    broken(0, 0) = kNaN;
+    dragger->syncReceiverToPose(broken);
+    ASSERT_EQ(store.writes.size(), 1u) << "the previous, finite pose is still written";
+    EXPECT_EQ(store.pose, osg::Matrixd::translate(1, 2, 3));
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
 }
 
 TEST(Composite3DDragger, AlignmentRotationIsTheInverseFrameTimesTheReceiverRotation)
 {
-    HostPose host;
+    PoseStore store;
     const osg::Quat q(0.7, osg::Vec3d(0.2, 0.5, 1.0) / osg::Vec3d(0.2, 0.5, 1.0).length());
-    host.matrix = osg::Matrixd::rotate(q) * osg::Matrixd::translate(1, 1, 1);
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
+    osg::ref_ptr<Composite3DDragger> dragger =
+        draggerOn(store, osg::Matrixd::rotate(q) * osg::Matrixd::translate(1, 1, 1));
     const osg::Quat r(-0.4, osg::Y_AXIS);
     dragger->setReferenceFrame(r);
     const osg::Matrixd before = dragger->getMatrix();
@@ -181,141 +210,72 @@ TEST(Composite3DDragger, AlignmentRotationIsTheInverseFrameTimesTheReceiverRotat
     // writes the receiver's own rotation back.
     dragger->setMatrix(osg::Matrixd::rotate(r) * osg::Matrixd::translate(1, 1, 1));
     dragger->setReceiverMatrix();
-    expectQuatNear(host.matrix.getRotate(), q, 1e-9);
+    expectQuatNear(store.pose.getRotate(), q, 1e-9);
 
     dragger->setIsAlignedWithReferenceFrame(false);
     expectQuatNear(dragger->alignmentRotation(), osg::Quat(0, 0, 0, 1), 0.0);
 }
 
-TEST(Composite3DDragger, ClearedReceiverUpdateWritesNothingButStillMoves)
+// The receiver's pose is taken, and the alignment computed, only when both
+// are finite; without a receiver nothing is written.
+TEST(Composite3DDragger, WithoutReceiverOrFinitePoseNothingIsWrittenTakenOrAligned)
 {
-    HostPose host;
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    dragger->setReceiverUpdate(false);
-    dragger->setReceiverMatrix();
-    dragger->syncReceiverToPose(osg::Matrixd::translate(5, 0, 0));
-    EXPECT_EQ(host.writes, 0);
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(5, 0, 0));
-}
-
-TEST(Composite3DDragger, SyncWritesThePreviousPoseThenMoves)
-{
-    HostPose host;
-    host.matrix = osg::Matrixd::translate(1, 0, 0);
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    const osg::Matrixd typed = turnAndShift(0.25, osg::Z_AXIS, {0, 3, 0});
-    dragger->syncReceiverToPose(typed);
-    EXPECT_EQ(host.writes, 1);
-    EXPECT_EQ(host.matrix, osg::Matrixd::translate(1, 0, 0));
-    expectMatrixNear(dragger->getMatrix(), typed, 1e-6);
-    EXPECT_EQ(spy.count(), 1);
-}
-
-TEST(Composite3DDragger, WithoutReceiverNothingIsWrittenAndAlignmentKeepsItsRotation)
-{
-    HostPose host;
-    osg::ref_ptr<Rk::DraggerReceiver> receiver = host.receiver();
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(receiver.get());
-    dragger->setReferenceFrame(osg::Quat(0.3, osg::Z_AXIS));
-    dragger->setIsAlignedWithReferenceFrame(true);
-    const osg::Quat aligned = dragger->alignmentRotation();
-
-    dragger->setMatrix(osg::Matrixd::translate(3, 3, 3));
-    dragger->setReceiver(nullptr);
-    EXPECT_EQ(receiver->referenceCount(), 1);
-    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(3, 3, 3));
-    dragger->setReferenceFrame(osg::Quat(1.0, osg::X_AXIS));
-    dragger->setIsAlignedWithReferenceFrame(true);
-    expectQuatNear(dragger->alignmentRotation(), aligned, 0.0);
-
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    dragger->syncReceiverToPose(osg::Matrixd::translate(1, 1, 1));
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(host.writes, 0);
-}
-
-const double kNaN = std::numeric_limits<double>::quiet_NaN();
-const double kInfinity = std::numeric_limits<double>::infinity();
-
-TEST(Composite3DDragger, NonFinitePosesLeaveTheDraggerWhereItWasButStillSignal)
-{
-    HostPose host;
-    host.matrix = osg::Matrixd::translate(1, 2, 3);
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-
-    dragger->setPose(hostPose(0, 0, 0, RkVector(kNaN, 0, 0)));
-    dragger->setPose(hostPose(kInfinity, 0, 0, RkVector()));
-    // Finite, but beyond single precision.
-    dragger->setPose(hostPose(0, 0, 0, RkVector(1e300, 0, 0)));
-    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
-    EXPECT_EQ(spy.count(), 3);
-
-    osg::Matrixd broken = osg::Matrixd::translate(4, 5, 6);
-    broken(0, 0) = kNaN;
-    dragger->syncReceiverToPose(broken);
-    EXPECT_EQ(host.writes, 1) << "the previous, finite pose is still written";
-    EXPECT_EQ(host.matrix, osg::Matrixd::translate(1, 2, 3));
-    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
-}
-
-TEST(Composite3DDragger, NonFiniteDraggerMatrixIsNeverWrittenToTheReceiver)
-{
-    HostPose host;
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
-    for (double bad : {kNaN, kInfinity, -kInfinity}) {
-        osg::Matrixd turned;
-        turned(1, 1) = bad;
-        for (const osg::Matrixd& matrix : {osg::Matrixd::translate(bad, 0, 0), turned}) {
-            dragger->setMatrix(matrix);
-            dragger->setReceiverMatrix();
-        }
-    }
-    EXPECT_EQ(host.writes, 0);
-}
-
-TEST(Composite3DDragger, NonFiniteReceiverPoseOrFrameIsNeitherTakenNorAlignedWith)
-{
-    HostPose host;
-    host.matrix(3, 1) = kNaN;
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(host.receiver().get());
-    EXPECT_TRUE(dragger->getMatrix().isIdentity());
+    PoseStore store;
+    osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd::translate(2, 0, 0));
+    store.pose(3, 1) = kNaN;
+    dragger->setReceiver(dragger->receiver());
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(2, 0, 0));
     dragger->setIsAlignedWithReferenceFrame(true);
     expectQuatNear(dragger->alignmentRotation(), osg::Quat(), 0.0);
 
     // A zero reference frame has no inverse: the alignment stays as it was.
-    host.matrix = osg::Matrixd::rotate(0.3, osg::X_AXIS);
+    store.pose = turnAndShift(0.3, osg::X_AXIS, {3, 3, 3});
+    dragger->setReferenceFrame(osg::Quat(0.3, osg::Z_AXIS));
     dragger->setIsAlignedWithReferenceFrame(true);
     const osg::Quat aligned = dragger->alignmentRotation();
     dragger->setReferenceFrame(osg::Quat(0, 0, 0, 0));
     dragger->setIsAlignedWithReferenceFrame(true);
     expectQuatNear(dragger->alignmentRotation(), aligned, 0.0);
+    // Attaching the same receiver again takes its (now finite) pose.
+    dragger->setReceiver(dragger->receiver());
+    EXPECT_EQ(dragger->getMatrix(), store.pose);
+
+    osg::ref_ptr<Rk::DraggerReceiver> receiver = dragger->receiver();
+    dragger->setReceiver(nullptr);
+    EXPECT_EQ(receiver->referenceCount(), 1);
+    EXPECT_EQ(dragger->getMatrix(), store.pose);
+    dragger->setReferenceFrame(osg::Quat(1.0, osg::X_AXIS));
+    dragger->setIsAlignedWithReferenceFrame(true);
+    expectQuatNear(dragger->alignmentRotation(), aligned, 0.0);
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    dragger->syncReceiverToPose(osg::Matrixd::translate(1, 1, 1));
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_TRUE(store.writes.empty());
 }
 
 TEST(Composite3DDragger, ScaleReplacesEachComponentsMatrixButIgnoresNonFiniteValues)
 {
     osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalScaleChanged);
+    dragger->setScale(0.5);
+    EXPECT_EQ(spy.count(), 1) << "also without components";
     osg::ref_ptr<osgManipulator::Translate1DDragger> component =
         new osgManipulator::Translate1DDragger;
     component->setMatrix(osg::Matrixd::translate(1, 1, 1));
     dragger->addDragger(component.get());
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalScaleChanged);
 
     dragger->setScale(0.5);
     EXPECT_EQ(component->getMatrix(), osg::Matrixd::scale(0.5, 0.5, 0.5));
     dragger->setScale(0.0);
     dragger->setScale(-2.0);
     EXPECT_EQ(component->getMatrix(), osg::Matrixd::scale(-2, -2, -2));
-    EXPECT_EQ(spy.count(), 3);
+    EXPECT_EQ(spy.count(), 4);
 
     dragger->setScale(kNaN);
     dragger->setScale(kInfinity);
     EXPECT_EQ(dragger->scale(), -2.0);
     EXPECT_EQ(component->getMatrix(), osg::Matrixd::scale(-2, -2, -2));
-    EXPECT_EQ(spy.count(), 3);
+    EXPECT_EQ(spy.count(), 4);
 }
 
 } // namespace
