@@ -36,30 +36,41 @@ protected:
     osg::ref_ptr<TranslateDragger> dragger;
 };
 
-osg::Vec3d mapped(const osgManipulator::Dragger* handle, const osg::Vec3d& point)
+/// Where the handle puts the tip (0, 0, 1) of its own line.
+osg::Vec3d tipOf(const osgManipulator::Dragger* handle)
 {
-    return point * handle->getMatrix();
+    return osg::Z_AXIS * handle->getMatrix();
 }
 
 } // namespace
 
-TEST(TranslateDragger, DefaultGeometrySharesShaftAndHeadAmongColouredArrows)
+TEST(TranslateDragger, DefaultGeometrySharesShaftAndHeadAmongColouredArrowsThatScaleOnTheirAxes)
 {
     osg::ref_ptr<TranslateDragger> dragger = new TranslateDragger(nullptr);
     dragger->setupDefaultGeometry();
+    const osgManipulator::Dragger* x = dragger->xDragger();
     for (int axis = 0; axis < 3; ++axis) {
         const osgManipulator::Dragger* handle = dragger->getDragger(axis);
         ASSERT_EQ(handle->getNumChildren(), 2u);
-        EXPECT_EQ(handle->getChild(0), dragger->xDragger()->getChild(0));
-        EXPECT_EQ(handle->getChild(1), dragger->xDragger()->getChild(1));
-        EXPECT_TRUE(closeTo(mapped(handle, osg::Z_AXIS), kAxes[axis], 1e-12));
+        EXPECT_EQ(handle->getChild(0), x->getChild(0));
+        EXPECT_EQ(handle->getChild(1), x->getChild(1));
+        EXPECT_TRUE(closeTo(tipOf(handle), kAxes[axis], 1e-12));
         EXPECT_EQ(shownColour(handle), kAxisColours[axis]);
     }
     // The cone is drawn; the thin cylinder along the shaft is only picked.
-    const osg::Geode* heads = dragger->xDragger()->getChild(1)->asGeode();
+    const osg::Geode* heads = x->getChild(1)->asGeode();
     ASSERT_EQ(heads->getNumDrawables(), 2u);
     EXPECT_FALSE(heads->getDrawable(0)->getCullCallback());
     EXPECT_TRUE(heads->getDrawable(1)->getCullCallback());
+
+    // A scale keeps every arrow on its axis, already when it is announced.
+    osg::Vec3d xTipWhenSignalled;
+    QObject::connect(dragger.get(), &Composite3DDragger::signalScaleChanged,
+                     [&] { xTipWhenSignalled = tipOf(x); });
+    dragger->setScale(0.5);
+    EXPECT_TRUE(closeTo(xTipWhenSignalled, osg::X_AXIS * 0.5, 1e-12));
+    for (int axis = 0; axis < 3; ++axis)
+        EXPECT_TRUE(closeTo(tipOf(dragger->getDragger(axis)), kAxes[axis] * 0.5, 1e-12)) << axis;
 }
 
 TEST(TranslateDragger, GeometryPropertiesTakeEffectAtTheNextSetup)
@@ -77,87 +88,68 @@ TEST(TranslateDragger, GeometryPropertiesTakeEffectAtTheNextSetup)
     EXPECT_FLOAT_EQ(cone->getHeight(), 0.2f);
     dragger->setGeometryProperties(5.0f, 0.5f, 0.5f);
     EXPECT_FLOAT_EQ(cone->getRadius(), 0.1f);
-}
-
-TEST(TranslateDragger, ScaleKeepsEveryArrowOnItsAxis)
-{
-    osg::ref_ptr<TranslateDragger> dragger = new TranslateDragger(nullptr);
     dragger->setupDefaultGeometry();
-    osg::Vec3d xTipWhenSignalled;
-    QObject::connect(dragger.get(), &Composite3DDragger::signalScaleChanged,
-                     [&] { xTipWhenSignalled = mapped(dragger->xDragger(), osg::Z_AXIS); });
-    dragger->setScale(0.5);
-    EXPECT_TRUE(closeTo(xTipWhenSignalled, osg::X_AXIS * 0.5, 1e-12));
-    EXPECT_TRUE(closeTo(mapped(dragger->yDragger(), osg::Z_AXIS), osg::Y_AXIS * 0.5, 1e-12));
-    EXPECT_TRUE(closeTo(mapped(dragger->zDragger(), osg::Z_AXIS), osg::Z_AXIS * 0.5, 1e-12));
+    EXPECT_EQ(dragger->zDragger()->getNumChildren(), 4u) << "a second setup adds, removes nothing";
 }
 
+// Each row presses an arrow at `from`, drags through `via` to `to` (distances
+// along the arrow) and releases there; the dragger starts where the last row
+// left it.
 TEST_F(TranslateDraggerTest, DraggingAnArrowMovesAlongItsAxisAndWritesAtRelease)
 {
-    for (int axis = 0; axis < 3; ++axis) {
-        SCOPED_TRACE(axis);
+    struct Case
+    {
+        const char* name;
+        int axis;
+        double from, via, to;
+    };
+    const Case cases[] = {{"X ahead", 0, 0.5, 0.7, 0.9},
+                          {"Y ahead", 1, 0.5, 0.7, 0.9},
+                          {"Z ahead", 2, 0.5, 0.7, 0.9},
+                          {"Y back past the press: negative", 1, 0.6, 1.1, 0.4}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const osgManipulator::Dragger* handle = dragger->getDragger(c.axis);
+        // Another handle left in the pick colour is put back at the press.
+        osgManipulator::setMaterialColor(kPickYellow, *dragger->getDragger((c.axis + 1) % 3));
         const osg::Vec3d start = dragger->getMatrix().getTrans();
-        const size_t writesBefore = store.writes.size();
-        const osg::Vec2d to = onArrow(axis, 0.9);
-        harness.press(onArrow(axis, 0.5));
+        const std::size_t writesBefore = store.writes.size();
+        const osg::Vec2d to = onArrow(c.axis, c.to), via = onArrow(c.axis, c.via);
+        EXPECT_TRUE(harness.press(onArrow(c.axis, c.from)));
+        EXPECT_EQ(dragger->activeAxis(), c.axis);
+        EXPECT_EQ(dragger->dragMode(), TranslateDragger::TRANSLATION_DRAG_MODE);
+        EXPECT_EQ(dragger->commandValue(), 0.0);
+        for (int axis = 0; axis < 3; ++axis)
+            EXPECT_EQ(shownColour(dragger->getDragger(axis)),
+                      axis == c.axis ? kPickYellow : kAxisColours[axis]);
+        harness.drag(via);
         harness.drag(to);
+        EXPECT_NEAR(dragger->commandValue(), c.to - c.from, 1e-3);
+        EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(),
+                            start + kAxes[c.axis] * (c.to - c.from), 1e-3));
         EXPECT_EQ(store.writes.size(), writesBefore) << "no write before the release";
-        EXPECT_NEAR(dragger->commandValue(), 0.4, 1e-3);
-        harness.release(to);
 
-        EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(), start + kAxes[axis] * 0.4, 1e-3));
+        harness.release(to);
         ASSERT_EQ(store.writes.size(), writesBefore + 1);
         EXPECT_EQ(store.pose.getTrans(), dragger->getMatrix().getTrans());
-        EXPECT_EQ(dragger->activeAxis(), axis);
-        EXPECT_EQ(dragger->dragMode(), TranslateDragger::TRANSLATION_DRAG_MODE);
+        EXPECT_EQ(dragger->activeAxis(), c.axis);
+        EXPECT_FALSE(handle->getDraggerActive());
+        EXPECT_EQ(shownColour(handle), kAxisColours[c.axis]);
     }
-}
-
-TEST_F(TranslateDraggerTest, PressOnYArrowActivatesItAndRecoloursTheOthers)
-{
-    osgManipulator::setMaterialColor(kPickYellow, *dragger->xDragger());
-    const osg::Vec2d at = onArrow(Composite3DDragger::Y_AXIS, 0.5);
-    EXPECT_TRUE(harness.press(at));
-    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::Y_AXIS);
-    EXPECT_EQ(dragger->commandValue(), 0.0);
-    EXPECT_EQ(shownColour(dragger->xDragger()), kRed);
-    EXPECT_EQ(shownColour(dragger->yDragger()), kPickYellow);
-
-    harness.release(at);
-    EXPECT_FALSE(dragger->yDragger()->getDraggerActive());
-    EXPECT_EQ(shownColour(dragger->yDragger()), kGreen);
-    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::Y_AXIS);
-}
-
-TEST_F(TranslateDraggerTest, DraggingBackPastThePressGivesANegativeValue)
-{
-    const osg::Vec2d from = onArrow(Composite3DDragger::Y_AXIS, 0.6);
-    const osg::Vec2d ahead = onArrow(Composite3DDragger::Y_AXIS, 1.1);
-    const osg::Vec2d behind = onArrow(Composite3DDragger::Y_AXIS, 0.4);
-    harness.press(from);
-    harness.drag(ahead);
-    EXPECT_NEAR(dragger->commandValue(), 0.5, 1e-3);
-    EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(), osg::Vec3d(0, 0.5, 0), 1e-3));
-    harness.drag(behind);
-    EXPECT_NEAR(dragger->commandValue(), -0.2, 1e-3);
-    EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(), osg::Vec3d(0, -0.2, 0), 1e-3));
-    harness.release(behind);
 }
 
 TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChange)
 {
     dragger->setActiveAxis(Composite3DDragger::Z_AXIS);
-    for (Rk::Translate1DDragger* handle :
-         {dragger->xDragger(), dragger->yDragger(), dragger->zDragger()})
-        osgManipulator::setMaterialColor(kPickYellow, *handle);
+    for (int axis = 0; axis < 3; ++axis)
+        osgManipulator::setMaterialColor(kPickYellow, *dragger->getDragger(axis));
 
     dragger->setActiveAxis(Composite3DDragger::Z_AXIS);
     EXPECT_EQ(shownColour(dragger->xDragger()), kPickYellow);
 
     dragger->setActiveAxis(Composite3DDragger::NO_AXIS);
-    EXPECT_EQ(shownColour(dragger->xDragger()), kRed);
-    EXPECT_EQ(shownColour(dragger->yDragger()), kGreen);
-    EXPECT_EQ(shownColour(dragger->zDragger()), kBlue);
+    for (int axis = 0; axis < 3; ++axis)
+        EXPECT_EQ(shownColour(dragger->getDragger(axis)), kAxisColours[axis]);
 }
 
 TEST_F(TranslateDraggerTest, ChildSearchPrefersXThenYAndKeepsTheModeWhenNoneIsActive)
@@ -179,41 +171,28 @@ TEST_F(TranslateDraggerTest, ChildSearchPrefersXThenYAndKeepsTheModeWhenNoneIsAc
     EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::X_AXIS);
 }
 
-namespace {
-
-/// A composite with one arrow along X that keeps its pick colour.
-class KeepColourDragger : public Composite3DDragger
-{
-public:
-    explicit KeepColourDragger(Rk::DraggerReceiver* receiver)
-        : Composite3DDragger(receiver),
-          arrow(new Rk::Translate1DDragger(osg::Vec3d(), osg::Z_AXIS, true))
-    {
-        addChild(arrow.get());
-        addDragger(arrow.get());
-        setParentDragger(getParentDragger());
-        osg::ref_ptr<TranslateDragger> shapes = new TranslateDragger(nullptr);
-        shapes->setupDefaultGeometry();
-        arrow->addChild(shapes->zDragger()->getChild(1));
-        arrow->setMatrix(osg::Matrixd::rotate(osg::Z_AXIS, osg::X_AXIS));
-        arrow->setColor(kRed);
-    }
-    osg::ref_ptr<Rk::Translate1DDragger> arrow;
-};
-
-} // namespace
-
 TEST(Translate1DDragger, KeptPickColourStaysAfterTheRelease)
 {
     ViewerHarness harness(kEye);
-    // Without a receiver the dragger stays where the drag left it.
-    osg::ref_ptr<KeepColourDragger> dragger = new KeepColourDragger(nullptr);
+    // A composite without receiver (it stays where the drag leaves it) with
+    // one arrow along X that keeps its pick colour.
+    osg::ref_ptr<Composite3DDragger> dragger =
+        new Composite3DDragger(static_cast<Rk::DraggerReceiver*>(nullptr));
+    osg::ref_ptr<Rk::Translate1DDragger> arrow =
+        new Rk::Translate1DDragger(osg::Vec3d(), osg::Z_AXIS, true);
+    dragger->addChild(arrow.get());
+    dragger->addDragger(arrow.get());
+    dragger->setParentDragger(dragger.get());
+    osg::ref_ptr<TranslateDragger> shapes = new TranslateDragger(nullptr);
+    shapes->setupDefaultGeometry();
+    arrow->addChild(shapes->zDragger()->getChild(1));
+    arrow->setMatrix(osg::Matrixd::rotate(osg::Z_AXIS, osg::X_AXIS));
+    arrow->setColor(kRed);
     dragger->showDraggers(true);
     harness.root()->addChild(dragger.get());
 
-    const osg::Vec2d at = harness.project(osg::Vec3d(0.5, 0, 0));
-    harness.dragFromTo(at, harness.project(osg::Vec3d(0.7, 0, 0)));
+    harness.dragFromTo(harness.project(osg::Vec3d(0.5, 0, 0)), harness.project({0.7, 0, 0}));
     EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(), osg::Vec3d(0.2, 0, 0), 1e-3));
-    EXPECT_EQ(shownColour(dragger->arrow.get()), kPickYellow);
-    EXPECT_FALSE(dragger->arrow->getDraggerActive());
+    EXPECT_EQ(shownColour(arrow.get()), kPickYellow);
+    EXPECT_FALSE(arrow->getDraggerActive());
 }
