@@ -21,13 +21,6 @@ struct StubActions : osgGA::GUIActionAdapter
     void requestWarpPointer(float, float) override {}
 };
 
-osg::ref_ptr<osgGA::GUIEventAdapter> eventOf(osgGA::GUIEventAdapter::EventType type)
-{
-    osg::ref_ptr<osgGA::GUIEventAdapter> event = new osgGA::GUIEventAdapter;
-    event->setEventType(type);
-    return event;
-}
-
 const osg::Geode* quadOf(const RkImageDragger& dragger)
 {
     return dragger.getNumChildren() == 1 ? dragger.getChild(0)->asGeode() : nullptr;
@@ -102,34 +95,52 @@ TEST(ImageDragger, TransformedNodeScalesThenMovesTheQuadAndAddsAParentEachCall)
     EXPECT_EQ(dragger->getNumChildren(), 1u);
 }
 
-TEST(ImageDragger, PixelsClaimTheCellsTheyFallIn)
+// Each row adds one region to a fresh dragger on an image of the given size
+// and display size, and lists the cell keys the region claims.
+TEST(ImageDragger, PixelsClaimTheCellsTheyFallInAndOddDisplaySizesNeverCrash)
 {
     ImageFiles files;
-    const std::string square = files.png("square.png", 50, 50);
-    osg::ref_ptr<RkImageDragger> finer = new RkImageDragger(nullptr, square, 0.0, 0.0, 100.0);
-    finer->addRegion({0, 51}, [] {});
-    finer->addRegion({}, [] {});
-    EXPECT_EQ(finer->getRegions().size(), 2u);
-    EXPECT_EQ(finer->getRegions().count(0), 1u);
-    EXPECT_EQ(finer->getRegions().count(202), 1u);
-
-    // Five pixels to a cell: the first row's first five pixels share cell 0.
-    osg::ref_ptr<RkImageDragger> coarser = new RkImageDragger(nullptr, square, 0.0, 0.0, 10.0);
-    coarser->addRegion({0, 1, 2, 3, 4, 5, 50}, [] {});
-    EXPECT_EQ(coarser->getRegions().size(), 2u);
-    EXPECT_EQ(coarser->getRegions().count(0), 1u);
-    EXPECT_EQ(coarser->getRegions().count(1), 1u);
-
-    // A display twice the image's width leaves every odd column free.
-    osg::ref_ptr<RkImageDragger> wider =
-        new RkImageDragger(nullptr, files.png("wide.png", 100, 10), 0.0, 0.0, 200.0);
-    std::set<unsigned int> firstRow;
-    for (unsigned int column = 0; column < 100; ++column)
+    const double inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const std::set<unsigned int> odd = {0, 11, 99, 100, 5000, 4294967295u};
+    std::set<unsigned int> firstRow, evenCells;
+    for (unsigned int column = 0; column < 100; ++column) {
         firstRow.insert(column);
-    wider->addRegion(firstRow, [] {});
-    EXPECT_EQ(wider->getRegions().size(), 100u);
-    for (const auto& cell : wider->getRegions())
-        EXPECT_EQ(cell.first % 2, 0u) << cell.first;
+        evenCells.insert(2 * column);
+    }
+    struct Case
+    {
+        const char* name;
+        int width, height;
+        double displaySize;
+        std::set<unsigned int> pixels, keys;
+    };
+    const Case cases[] = {
+        {"finer grid: pixel 51 is cell (1, 1)", 50, 50, 100.0, {0, 51}, {0, 202}},
+        {"coarser grid: five pixels to a cell", 50, 50, 10.0, {0, 1, 2, 3, 4, 5, 50}, {0, 1}},
+        {"wider grid leaves every odd column free", 100, 10, 200.0, firstRow, evenCells},
+        {"no pixels", 50, 50, 100.0, {}, {}},
+        {"zero", 10, 10, 0.0, odd, {0}},
+        // 0.25 cells a pixel, rows of 2: pixel 99 is cell (2, 2), pixel 100
+        // (past the image's end) cell (2, 0).
+        {"fractional", 10, 10, 2.5, odd, {0, 4, 6, 250, 214748365}},
+        // Negative cells wrap modulo 2^32, and so does the negative row length.
+        {"negative", 10, 10, -10.0, odd, {0, 9, 81, 100, 5000, 4294967285u}},
+        {"infinite", 10, 10, inf, odd, {}},
+        {"NaN", 10, 10, nan, odd, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string name = std::to_string(c.width) + "x" + std::to_string(c.height) + ".png";
+        const std::string image = files.png(name.c_str(), c.width, c.height);
+        osg::ref_ptr<RkImageDragger> dragger =
+            new RkImageDragger(nullptr, image, 0.0, 0.0, c.displaySize);
+        dragger->addRegion(c.pixels, [] {});
+        std::set<unsigned int> keys;
+        for (const auto& cell : dragger->getRegions())
+            keys.insert(cell.first);
+        EXPECT_EQ(keys, c.keys);
+    }
 }
 
 TEST(ImageDragger, FirstClaimOfACellWins)
@@ -144,41 +155,6 @@ TEST(ImageDragger, FirstClaimOfACellWins)
     dragger->getRegions().at(202)();
     dragger->getRegions().at(204)();
     EXPECT_EQ(log.calls, "AB");
-}
-
-TEST(ImageDragger, OddDisplaySizesAndPixelsNeverCrash)
-{
-    ImageFiles files;
-    const std::string image = files.png("square.png", 10, 10);
-    const double inf = std::numeric_limits<double>::infinity();
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const std::set<unsigned int> pixels = {0, 11, 99, 100, 5000, 4294967295u};
-    struct Case
-    {
-        const char* name;
-        double displaySize;
-        std::set<unsigned int> expectedKeys;
-    };
-    const Case cases[] = {
-        {"zero", 0.0, {0}},
-        // 0.25 cells a pixel, rows of 2: pixel 99 is cell (2, 2), pixel 100
-        // (past the image's end) cell (2, 0).
-        {"fractional", 2.5, {0, 4, 6, 250, 214748365}},
-        // Negative cells wrap modulo 2^32, and so does the negative row length.
-        {"negative", -10.0, {0, 9, 81, 100, 5000, 4294967285u}},
-        {"infinite", inf, {}},
-        {"NaN", nan, {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        osg::ref_ptr<RkImageDragger> dragger =
-            new RkImageDragger(nullptr, image, 0.0, 0.0, c.displaySize);
-        dragger->addRegion(pixels, [] {});
-        std::set<unsigned int> keys;
-        for (const auto& cell : dragger->getRegions())
-            keys.insert(cell.first);
-        EXPECT_EQ(keys, c.expectedKeys);
-    }
 }
 
 TEST(ImageDragger, HandlesPressReleaseAndDragWithoutAViewer)
@@ -196,21 +172,23 @@ TEST(ImageDragger, HandlesPressReleaseAndDragWithoutAViewer)
     pointer.setNearFarPoints(osg::Vec3d(44.0, 390.0, 0.0), osg::Vec3d(44.0, 390.0, -1.0));
     StubActions actions;
     PrintCapture print;
-    auto send = [&](RkImageDragger& target, Event::EventType type) {
-        return target.handle(pointer, *eventOf(type), actions);
+    auto send = [&](Event::EventType type) {
+        osg::ref_ptr<Event> event = new Event;
+        event->setEventType(type);
+        return dragger->handle(pointer, *event, actions);
     };
 
-    EXPECT_FALSE(send(*dragger, Event::DRAG));
-    EXPECT_TRUE(send(*dragger, Event::RELEASE));
+    EXPECT_FALSE(send(Event::DRAG));
+    EXPECT_TRUE(send(Event::RELEASE));
     EXPECT_TRUE(print.text.str().empty());
 
-    EXPECT_TRUE(send(*dragger, Event::PUSH));
+    EXPECT_TRUE(send(Event::PUSH));
     EXPECT_EQ(actions.redraws, 1);
     EXPECT_TRUE(dragger->isRepeating());
     EXPECT_NE(print.text.str().find("Found point 8 2 108\n"), std::string::npos);
-    EXPECT_FALSE(send(*dragger, Event::DRAG));
-    EXPECT_FALSE(send(*dragger, Event::DOUBLECLICK));
+    EXPECT_FALSE(send(Event::DRAG));
+    EXPECT_FALSE(send(Event::DOUBLECLICK));
     EXPECT_TRUE(dragger->isRepeating());
-    EXPECT_TRUE(send(*dragger, Event::RELEASE));
+    EXPECT_TRUE(send(Event::RELEASE));
     EXPECT_FALSE(dragger->isRepeating());
 }
