@@ -178,6 +178,8 @@ void PoseHistory::draggerPoseChanged()
     // the dragger; the dragger has just written its old pose to the receiver.
     if (!m_drag && typingIntoTrackedDialog())
         m_typedBefore = receiverPose();
+    else
+        m_typedBefore.reset();
 }
 
 void PoseHistory::dialogPoseChanged()
