@@ -107,7 +107,7 @@ struct Scene
         return true;
     }
 
-    const osg::Matrixd start = osg::Matrixd::translate(0.1, 0.2, 0.3);
+    osg::Matrixd start = osg::Matrixd::translate(0.1, 0.2, 0.3);
     PoseStore store;
     ViewerHarness harness;
     osg::ref_ptr<Composite3DDragger> dragger;
@@ -185,6 +185,15 @@ TEST(PoseHistory, EveryDraggerAndHandleRecordsOneStepPerDragInTheUsersWords)
          [](Scene& s) { s.dragArrow(1, 0.7, 0.5); }, "Move along Y", -200.0, kMillimetreTolerance},
         {"frame Z ring", frame, false, [](Scene& s) { s.turnZRing(40, 70); }, "Turn about Z", 30.0,
          kDegreeTolerance},
+        {"frame on the system frame, receiver turned a quarter about Z", frame, false,
+         [](Scene& s) {
+             s.start = osg::Matrixd::rotate(osg::PI_2, osg::Z_AXIS) * s.start;
+             s.store.pose = s.start;
+             s.dragger->setIsAlignedWithReferenceFrame(true);
+             s.harness.frame();
+             s.dragArrow(0, 0.7, 1.1);
+         },
+         "Move along X", 400.0, kMillimetreTolerance},
         {"translate dragger alone, Z arrow", translate, false,
          [](Scene& s) { s.dragArrow(2, 0.7, 1.0); }, "Move along Z", 300.0, kMillimetreTolerance},
         {"rotate dragger alone, Z ring backwards", rotate, false,
