@@ -4,13 +4,17 @@
 #include "rkFrameDragger.h"
 #include "rkJogPanel.h"
 #include "rkOsgViewWidget.h"
+#include "rkPoseHistory.h"
 
 #include <QAbstractButton>
 #include <QAction>
 #include <QDockWidget>
 #include <QSplitter>
+#include <QMenu>
+#include <QMenuBar>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QUndoStack>
 #include <QVBoxLayout>
 #include <osgGA/TrackballManipulator>
 
@@ -39,6 +43,7 @@ RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent
     buildScene();
     buildDialogDock();
     buildToolBar();
+    buildEditMenu();
     m_plugin.setPoseListener([this](const osg::Matrixd& pose) { m_arm.setEndEffectorPose(pose); });
     resize(1280, 720);
 }
@@ -140,6 +145,27 @@ void RkDemoMainWindow::buildToolBar()
     m_homeAction->setToolTip(tr("Move the end effector back to its home pose"));
     statusBar()->showMessage(
         tr("Drag an arrow or ring to move the tool; hold a jog button to step it"));
+}
+
+void RkDemoMainWindow::buildEditMenu()
+{
+    m_undoStack = new QUndoStack(this);
+    m_poseHistory = new Rk::PoseHistory(m_frameDragger.get(), m_undoStack, this);
+    m_poseHistory->trackDialog(m_dialog);
+    m_jogPanel->setHoldListener(
+        [this](const osg::Matrixd& before, const osg::Matrixd& after, const QString& button) {
+            m_poseHistory->recordHostChange(before, after, tr("Jog %1").arg(button));
+        });
+    // The stack's actions enable themselves and take the step's text.
+    QAction* undo = m_undoStack->createUndoAction(this, tr("&Undo"));
+    undo->setObjectName("undoAction");
+    undo->setShortcut(QKeySequence::Undo);
+    QAction* redo = m_undoStack->createRedoAction(this, tr("&Redo"));
+    redo->setObjectName("redoAction");
+    redo->setShortcut(QKeySequence::Redo);
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    edit->addAction(undo);
+    edit->addAction(redo);
 }
 
 void RkDemoMainWindow::goHome()

@@ -10,11 +10,13 @@
 #include <memory>
 
 class QAction;
+class QUndoStack;
 class RkJogPanel;
 class RkOsgViewWidget;
 namespace Rk {
 class DraggerDlg;
 class FrameDragger;
+class PoseHistory;
 } // namespace Rk
 
 /// The demo's main window: the 3D view with the arm, its frame dragger and
@@ -39,6 +41,8 @@ public:
     Rk::DraggerDlg* dialog() const { return m_dialog; }
     RkJogPanel* jogPanel() const { return m_jogPanel.get(); }
     QAction* homeAction() const { return m_homeAction; }
+    /// Drags, typed poses and jog holds, for Edit > Undo and Redo.
+    QUndoStack* undoStack() const { return m_undoStack; }
 
 public slots:
     /// Moves the end effector back to its home pose, through the plug-in only.
@@ -54,6 +58,7 @@ private:
     void buildTopView(osg::Node* arm);
     void buildDialogDock();
     void buildToolBar();
+    void buildEditMenu();
     void pauseFollowWhileCustomFrameIsTurned();
 
     RkDemoPlugin m_plugin;
@@ -64,6 +69,8 @@ private:
     std::unique_ptr<RkJogPanel> m_jogPanel;
     Rk::DraggerDlg* m_dialog = nullptr;
     QAction* m_homeAction = nullptr;
+    QUndoStack* m_undoStack = nullptr;
+    Rk::PoseHistory* m_poseHistory = nullptr;
 };
 
 #endif

@@ -4,6 +4,8 @@
 #include "rkImageDragger.h"
 #include "rkJogPanelLayout.h"
 
+#include <osg/NodeCallback>
+
 #include <set>
 
 namespace {
@@ -32,8 +34,25 @@ std::set<unsigned int> buttonPixels(int index)
 
 } // namespace
 
+/// Ends the hold after the event that stopped the image dragger's repeat
+/// (the release), looked at around each event traversal of the panel.
+class RkJogPanel::HoldWatch : public osg::NodeCallback
+{
+public:
+    explicit HoldWatch(RkJogPanel& panel) : m_panel(panel) {}
+
+    void operator()(osg::Node* node, osg::NodeVisitor* visitor) override
+    {
+        traverse(node, visitor);
+        m_panel.endHoldIfReleased();
+    }
+
+private:
+    RkJogPanel& m_panel;
+};
+
 RkJogPanel::RkJogPanel(RkDemoPlugin& plugin, const std::string& imageFile)
-    : m_overlay(new osg::Camera), m_placement(new osg::MatrixTransform)
+    : m_overlay(new osg::Camera), m_placement(new osg::MatrixTransform), m_plugin(plugin)
 {
     m_referenceWidget.resize(kReferenceWidth, kReferenceHeight);
     m_overlay->setReferenceFrame(osg::Transform::ABSOLUTE_RF);
@@ -51,24 +70,46 @@ RkJogPanel::RkJogPanel(RkDemoPlugin& plugin, const std::string& imageFile)
                            osg::Matrixd::translate(MARGIN, MARGIN, 0.0));
     m_placement->addChild(m_dragger.get());
     m_overlay->addChild(m_placement.get());
-    addButtons(plugin);
+    addButtons();
+    m_placement->addEventCallback(new HoldWatch(*this));
     resize(800, 600);
 }
 
-RkJogPanel::~RkJogPanel() = default;
+RkJogPanel::~RkJogPanel()
+{
+    // The scene may outlive the panel; its callback must not.
+    m_placement->setEventCallback(nullptr);
+}
 
 bool RkJogPanel::hasImage() const
 {
     return m_dragger->getImage() != nullptr;
 }
 
-void RkJogPanel::addButtons(RkDemoPlugin& plugin)
+void RkJogPanel::addButtons()
 {
-    for (int i = 0; i < BUTTON_COUNT; ++i) {
-        osg::Vec3d step;
-        step[BUTTONS[i].axis] = STEP * BUTTONS[i].direction;
-        m_dragger->addRegion(buttonPixels(i), [&plugin, step] { plugin.jog(step); });
-    }
+    for (int i = 0; i < BUTTON_COUNT; ++i)
+        m_dragger->addRegion(buttonPixels(i), [this, i] { stepHeld(i); });
+}
+
+void RkJogPanel::stepHeld(int button)
+{
+    if (!m_hold)
+        m_hold = Hold{button, m_plugin.endEffectorPose()};
+    osg::Vec3d step;
+    step[BUTTONS[button].axis] = STEP * BUTTONS[button].direction;
+    m_plugin.jog(step);
+}
+
+void RkJogPanel::endHoldIfReleased()
+{
+    if (!m_hold || m_dragger->isRepeating())
+        return;
+    const Hold hold = *m_hold;
+    m_hold.reset();
+    if (m_holdListener)
+        m_holdListener(hold.before, m_plugin.endEffectorPose(),
+                       QString::fromLatin1(BUTTONS[hold.button].label));
 }
 
 void RkJogPanel::resize(int width, int height)

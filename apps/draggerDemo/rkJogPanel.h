@@ -6,6 +6,8 @@
 #include <osg/MatrixTransform>
 #include <osg/ref_ptr>
 
+#include <functional>
+#include <optional>
 #include <string>
 
 class RkDemoPlugin;
@@ -15,6 +17,7 @@ class RkImageDragger;
 /// space overlay at the lower left of the view. Holding a button moves the
 /// end effector through the plug-in, one step per repeat of the dragger's
 /// timer; the frame dragger and the dialog follow the plug-in by themselves.
+/// A listener learns of each finished hold, for an undo history.
 ///
 /// The image dragger turns the pointer into a cell of its display grid with
 /// the size of a reference widget. The panel hands it a widget of 2 pixels'
@@ -24,6 +27,12 @@ class RkImageDragger;
 class RkJogPanel
 {
 public:
+    /// Told once per hold of a button that moved the end effector: the
+    /// plug-in's pose before the hold's first step and after its last, and
+    /// the button's label ("+X").
+    using HoldListener = std::function<void(const osg::Matrixd& before, const osg::Matrixd& after,
+                                            const QString& button)>;
+
     /// Metres per timer repeat (the dragger repeats every 40 ms).
     static constexpr double STEP = 0.005;
     /// Distance of the panel from the view's lower left corner, in pixels.
@@ -41,14 +50,29 @@ public:
     /// Centre of button `index` in view pixels, y down, for a view of
     /// height `viewHeight`.
     QPointF buttonCentre(int index, int viewHeight) const;
+    /// Sets (or with an empty function clears) the listener of finished holds.
+    void setHoldListener(HoldListener listener) { m_holdListener = std::move(listener); }
 
 private:
-    void addButtons(RkDemoPlugin& plugin);
+    class HoldWatch;
+    /// A hold under way: the button and the pose before its first step.
+    struct Hold
+    {
+        int button;
+        osg::Matrixd before;
+    };
+
+    void addButtons();
+    void stepHeld(int button);
+    void endHoldIfReleased();
 
     QWidget m_referenceWidget;
     osg::ref_ptr<osg::Camera> m_overlay;
     osg::ref_ptr<osg::MatrixTransform> m_placement;
     osg::ref_ptr<RkImageDragger> m_dragger;
+    RkDemoPlugin& m_plugin;
+    HoldListener m_holdListener;
+    std::optional<Hold> m_hold;
 };
 
 #endif

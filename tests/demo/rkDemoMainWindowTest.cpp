@@ -13,9 +13,11 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUndoStack>
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -140,6 +142,64 @@ TEST_F(DemoMainWindow, HomeBringsPluginGizmoAndDialogBack)
     EXPECT_NEAR(box("spinBoxX")->value(), home.x(), 0.0005);
     EXPECT_NEAR(box("spinBoxY")->value(), home.y(), 0.0005);
     EXPECT_NEAR(box("spinBoxZ")->value(), home.z(), 0.0005);
+}
+
+TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogAndRedoForward)
+{
+    QAction* undo = window->findChild<QAction*>("undoAction");
+    QAction* redo = window->findChild<QAction*>("redoAction");
+    ASSERT_TRUE(undo && redo);
+    EXPECT_EQ(undo->shortcut(), QKeySequence(QKeySequence::Undo));
+    EXPECT_EQ(redo->shortcut(), QKeySequence(QKeySequence::Redo));
+    EXPECT_FALSE(undo->isEnabled());
+    RkOsgViewWidget* view = window->view();
+    std::vector<osg::Matrixd> poses{window->plugin().endEffectorPose()};
+
+    const osg::Vec3d grab = hostPosition() + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0);
+    QTest::mousePress(view, Qt::LeftButton, {}, onScreen(grab));
+    QTest::qWait(kSettleMs);
+    QTest::mouseMove(view, onScreen(grab + osg::Vec3d(kDragDistance / 2, 0, 0)));
+    QTest::qWait(30);
+    QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(grab + osg::Vec3d(kDragDistance, 0, 0)));
+    QTest::qWait(kSettleMs);
+    poses.push_back(window->plugin().endEffectorPose());
+
+    QDoubleSpinBox* y = box("spinBoxY");
+    y->setFocus();
+    y->selectAll();
+    QTest::keyClicks(y, "0.25");
+    QTest::keyClick(y, Qt::Key_Return);
+    QTest::qWait(kSettleMs);
+    poses.push_back(window->plugin().endEffectorPose());
+
+    const QPoint button = window->jogPanel()->buttonCentre(kPlusZButton, view->height()).toPoint();
+    QTest::mousePress(view, Qt::LeftButton, {}, button);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return window->plugin().endEffectorPose().getTrans().z() > poses.back()(3, 2); },
+        10000));
+    QTest::mouseRelease(view, Qt::LeftButton, {}, button);
+    QTest::qWait(kSettleMs);
+    poses.push_back(window->plugin().endEffectorPose());
+
+    ASSERT_EQ(window->undoStack()->count(), 3);
+    EXPECT_TRUE(window->undoStack()->text(0).startsWith("Move along X +"));
+    EXPECT_EQ(window->undoStack()->text(1), "Typed pose");
+    EXPECT_TRUE(undo->text().endsWith("Jog +Z")) << undo->text().toStdString();
+    for (int step = 3; step > 0; --step) {
+        undo->trigger();
+        QTest::qWait(kSettleMs);
+        EXPECT_EQ(window->plugin().endEffectorPose(), poses[step - 1]);
+    }
+    EXPECT_FALSE(undo->isEnabled());
+    EXPECT_NEAR((window->frameDragger()->getMatrix().getTrans() - poses[0].getTrans()).length(),
+                0.0, 1e-4);
+    EXPECT_NEAR(box("spinBoxY")->value(), poses[0].getTrans().y(), 0.0005);
+    for (int step = 1; step <= 3; ++step) {
+        redo->trigger();
+        QTest::qWait(kSettleMs);
+        EXPECT_EQ(window->plugin().endEffectorPose(), poses[step]);
+    }
+    EXPECT_FALSE(redo->isEnabled());
 }
 
 int countPixels(const QImage& image, bool (*match)(QRgb))
