@@ -13,6 +13,8 @@ namespace {
 // Picks of one event kept side by side: one per view and mask in practice
 // (a composite viewer's views, draggers with other masks).
 const std::size_t kMaxEntriesPerEvent = 8;
+// Parent lists up to this length are searched without looking at the parent.
+const std::size_t kShortParentList = 4;
 
 bool sameViewport(const osg::Viewport* viewport, const double (&stored)[4])
 {
@@ -32,10 +34,23 @@ const osg::Camera* pickCamera(osgViewer::View& view, const osgGA::GUIEventAdapte
     return camera ? camera : view.getCamera();
 }
 
+// Shared handle geometry has one parent per handle of every dragger, a scene
+// root one child per dragger: the shorter of the two lists is searched.
 bool isChildOf(const osg::Node* node, const osg::Node* parent)
 {
     const osg::Node::ParentList& parents = node->getParents();
-    return std::find(parents.begin(), parents.end(), parent) != parents.end();
+    if (parents.size() <= kShortParentList)
+        return std::find(parents.begin(), parents.end(), parent) != parents.end();
+    const osg::Group* group = parent->asGroup();
+    if (!group)
+        return false;
+    const unsigned int childCount = group->getNumChildren();
+    if (parents.size() <= childCount)
+        return std::find(parents.begin(), parents.end(), parent) != parents.end();
+    for (unsigned int index = 0; index < childCount; ++index)
+        if (group->getChild(index) == node)
+            return true;
+    return false;
 }
 
 } // namespace
@@ -71,22 +86,42 @@ bool PickCache::Entry::matches(osgViewer::View& otherView, const osg::Camera* ot
            sameViewport(otherCamera->getViewport(), viewport) && pathsIntact();
 }
 
+namespace {
+
+// Hit paths share their beginning (camera, root, groups): the nodes of the
+// prefix that a path shares with the path before it are checked, and
+// observed, only once.
+std::size_t sharedPrefix(const osg::NodePath* before, const osg::NodePath& path)
+{
+    if (!before)
+        return 0;
+    const std::size_t limit = std::min(before->size(), path.size());
+    std::size_t length = 0;
+    while (length < limit && (*before)[length] == path[length])
+        ++length;
+    return length;
+}
+
+} // namespace
+
 bool PickCache::Entry::pathsIntact() const
 {
     auto observed = pathNodes.begin();
+    const osg::NodePath* before = nullptr;
     for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits) {
-        const osg::Node* previous = nullptr;
-        for (const osg::Node* node : hit.nodePath) {
+        const osg::NodePath& path = hit.nodePath;
+        for (std::size_t index = sharedPrefix(before, path); index < path.size(); ++index) {
+            const osg::Node* node = path[index];
             // Alive first: only then may the raw pointer be followed.
             if (observed == pathNodes.end() || !observed->valid() || observed->get() != node)
                 return false;
             ++observed;
             if ((node->getNodeMask() & mask) == 0)
                 return false;
-            if (previous && !isChildOf(node, previous))
+            if (index > 0 && !isChildOf(node, path[index - 1]))
                 return false;
-            previous = node;
         }
+        before = &path;
     }
     return true;
 }
@@ -112,9 +147,13 @@ PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
     entry.mask = mask;
     view.computeIntersections(event.getX(), event.getY(), entry.hits, mask);
     ++state.computed;
-    for (const osgUtil::LineSegmentIntersector::Intersection& hit : entry.hits)
-        for (osg::Node* node : hit.nodePath)
-            entry.pathNodes.emplace_back(node);
+    const osg::NodePath* before = nullptr;
+    for (const osgUtil::LineSegmentIntersector::Intersection& hit : entry.hits) {
+        const osg::NodePath& path = hit.nodePath;
+        for (std::size_t index = sharedPrefix(before, path); index < path.size(); ++index)
+            entry.pathNodes.emplace_back(path[index]);
+        before = &path;
+    }
     return entry;
 }
 
@@ -127,7 +166,7 @@ const PickCache::Hits& PickCache::hits(osgViewer::View& view, const osgGA::GUIEv
         cache.event = EventKey{&event,       event.getEventType(), event.getX(),
                                event.getY(), event.getButton(),    event.getTime()};
     }
-    const osg::Camera* camera = pickCamera(view, event);
+    const osg::Camera* camera = cameraOfEntries(cache, view, event);
     for (auto entry = cache.entries.begin(); entry != cache.entries.end(); ++entry) {
         if (entry->matches(view, camera, mask))
             return entry->hits;
@@ -140,11 +179,27 @@ const PickCache::Hits& PickCache::hits(osgViewer::View& view, const osgGA::GUIEv
     return computePick(cache, view, event, camera, mask).hits;
 }
 
+bool PickCache::pathContains(const osg::NodePath& path, const osg::Node* node)
+{
+    return std::find(path.begin(), path.end(), node) != path.end();
+}
+
 void PickCache::invalidate()
 {
     State& cache = state();
     cache.entries.clear();
     cache.event = EventKey();
+}
+
+const osg::Camera* PickCache::cameraOfEntries(State& state, osgViewer::View& view,
+                                              const osgGA::GUIEventAdapter& event)
+{
+    // The camera under the pointer of one event in one view is looked up once;
+    // its matrices and viewport are still compared at every call.
+    for (const Entry& entry : state.entries)
+        if (entry.view.get() == &view && entry.camera.valid())
+            return entry.camera.get();
+    return pickCamera(view, event);
 }
 
 unsigned long long PickCache::computedPicks()

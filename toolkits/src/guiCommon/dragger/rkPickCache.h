@@ -32,8 +32,9 @@ namespace Rk {
 /// - the same event object (still alive), with the same type, position,
 ///   button and time stamp: any other event, a press or a pointer move
 ///   alike, picks anew, so a scene changed between two events is always seen;
-/// - the same view, the same camera under the pointer with the same view
-///   and projection matrices and viewport;
+/// - the same view, and the camera found under the pointer at the event's
+///   first pick in that view still alive with the same view and projection
+///   matrices and viewport;
 /// - the same mask (picks for several masks of one event are kept side by side);
 /// - every node on every hit's path is still alive, still a child of the
 ///   node before it, and still passes the mask: a node destroyed, removed or
@@ -56,6 +57,9 @@ public:
     /// nothing is hit. The reference stays valid until the next call.
     static const Hits& hits(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
                             osg::Node::NodeMask mask);
+
+    /// Whether `node` lies on `path` (a hit's node path).
+    static bool pathContains(const osg::NodePath& path, const osg::Node* node);
 
     /// Drops every kept pick, so that the next call computes a new one. For
     /// a handler that moves, adds or shows nodes while an event is being
@@ -102,6 +106,8 @@ private:
 
     struct State;
     static State& state();
+    static const osg::Camera* cameraOfEntries(State& state, osgViewer::View& view,
+                                              const osgGA::GUIEventAdapter& event);
     static Entry& computePick(State& state, osgViewer::View& view,
                               const osgGA::GUIEventAdapter& event, const osg::Camera* camera,
                               osg::Node::NodeMask mask);
