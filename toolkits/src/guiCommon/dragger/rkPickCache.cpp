@@ -197,7 +197,7 @@ const osg::Camera* PickCache::cameraOfEntries(State& state, osgViewer::View& vie
     // The camera under the pointer of one event in one view is looked up once;
     // its matrices and viewport are still compared at every call.
     for (const Entry& entry : state.entries)
-        if (entry.view.get() == &view && entry.camera.valid())
+        if (entry.view.get() == &view && entry.view.valid() && entry.camera.valid())
             return entry.camera.get();
     return pickCamera(view, event);
 }
