@@ -4,9 +4,10 @@
 #include <osg/Geode>
 #include <osg/ref_ptr>
 
-/// Builders of rotation-handle geometry. Every builder returns a new geode
-/// with reference count 0 (add it to a parent or hold it in an
-/// `osg::ref_ptr`) and keeps no state between calls. Coordinates are the
+/// Builders of rotation-handle geometry. Every `create...` builder returns a
+/// new geode with reference count 0 (add it to a parent or hold it in an
+/// `osg::ref_ptr`) and keeps no state between calls; the `shared...` one
+/// hands out the geode built for the same sizes while anyone holds it. Coordinates are the
 /// handle's own: the ring or cylinder lies about the origin with Z as the
 /// axis of rotation. No argument is checked: zero or negative radii, a tube
 /// wider than the ring or a wall thicker than the radius give degenerate or
