@@ -1,6 +1,9 @@
 // Press + release on one handle: the pick, the press handling and the release,
 // each through one event traversal of the viewer.
 #include "rkBenchScenes.h"
+#include "rkPickCache.h"
+
+#include <deque>
 
 namespace {
 
@@ -13,12 +16,16 @@ void pressAndRelease(benchmark::State& state, RkTest::ViewerHarness& harness,
     if (!checkHandleUnder(state, harness, world, handle))
         return;
     const osg::Vec2d at = harness.project(world);
+    const unsigned long long picksBefore = Rk::PickCache::computedPicks();
     for (auto _ : state) {
         if (!harness.press(at) || !harness.release(at)) {
             state.SkipWithError("the press was not handled");
             return;
         }
     }
+    // Scene picks the library's draggers computed per press (none for stock).
+    state.counters["picks"] =
+        double(Rk::PickCache::computedPicks() - picksBefore) / double(state.iterations());
 }
 
 void BM_PressRelease_FrameXArrow(benchmark::State& state)
@@ -80,6 +87,64 @@ void BM_PressScene_StockTranslateArrow(benchmark::State& state)
     harness.root()->addChild(dragger.get());
     pressAndRelease(state, harness, kXArrowPoint, dragger->getDragger(0));
 }
+
+// Where the other draggers of a crowded scene sit: in a row above the pressed
+// one, where no pick ray at its handles passes; they are small (scale 0.1).
+const double kOtherDraggerScale = 0.1;
+osg::Vec3d otherDraggerPlace(int index)
+{
+    return osg::Vec3d(-2.0 + 0.04 * index, 0.0, 1.6 + 0.002 * index);
+}
+
+// Press + release on the X arrow of the frame dragger that the scene lists
+// last, with argument 0 frame draggers in all (the others small and
+// elsewhere) and argument 1 other triangles (no KdTrees).
+void BM_PressCrowd_FrameXArrow(benchmark::State& state)
+{
+    RkTest::ViewerHarness harness(kEye);
+    if (state.range(1) > 0)
+        harness.root()->addChild(makeSceneGeometry(int(state.range(1)), false).get());
+    std::deque<PoseStore> stores(std::size_t(state.range(0)));
+    osg::ref_ptr<Rk::FrameDragger> dragger;
+    for (std::size_t index = 0; index < stores.size(); ++index) {
+        const bool other = index + 1 < stores.size();
+        // The host pose places the dragger: the frame-time follow keeps it there.
+        if (other)
+            stores[index].pose = osg::Matrixd::translate(otherDraggerPlace(int(index)));
+        dragger = makeFrameDragger(stores[index].makeReceiver());
+        if (other)
+            dragger->setScale(kOtherDraggerScale);
+        harness.root()->addChild(dragger.get());
+    }
+    pressAndRelease(state, harness, kXArrowPoint, dragger->translateDragger()->xDragger());
+}
+
+// The same scenes with osgManipulator's stock translate draggers.
+void BM_PressCrowd_StockTranslateArrow(benchmark::State& state)
+{
+    RkTest::ViewerHarness harness(kEye);
+    if (state.range(1) > 0)
+        harness.root()->addChild(makeSceneGeometry(int(state.range(1)), false).get());
+    osg::ref_ptr<osgManipulator::TranslateAxisDragger> dragger;
+    for (int index = 0; index < state.range(0); ++index) {
+        dragger = makeStockTranslateDragger();
+        if (index + 1 < state.range(0))
+            dragger->setMatrix(osg::Matrixd::scale(osg::Vec3d(1, 1, 1) * kOtherDraggerScale) *
+                               osg::Matrixd::translate(otherDraggerPlace(index)));
+        harness.root()->addChild(dragger.get());
+    }
+    pressAndRelease(state, harness, kXArrowPoint, dragger->getDragger(0));
+}
+
+void crowdSizes(benchmark::internal::Benchmark* benchmark)
+{
+    for (int triangles : {0, 100000})
+        for (int draggers : {1, 10, 100})
+            benchmark->Args({draggers, triangles});
+    benchmark->ArgNames({"draggers", "triangles"});
+}
+BENCHMARK(BM_PressCrowd_FrameXArrow)->Apply(crowdSizes);
+BENCHMARK(BM_PressCrowd_StockTranslateArrow)->Apply(crowdSizes);
 
 void sceneSizes(benchmark::internal::Benchmark* benchmark)
 {

@@ -2,6 +2,10 @@
 // viewer, arbitrary sequences of pointer, key, frame and scroll events mixed
 // with host writes (NaN and infinities included), scales, visibility,
 // enabling, value-on-release and alignment toggles, and dialog rebinding.
+// Two more frame draggers overlap it and are removed, re-added, destroyed,
+// rebuilt, hidden and disabled between events, and a second viewer shows the
+// same scene from elsewhere and gets pointer events of its own: all draggers
+// share one scene pick per event and view.
 //
 // Checked for every input, besides what the sanitizers catch (crashes,
 // undefined behaviour, leaks):
@@ -35,6 +39,8 @@ namespace {
 
 /// Longest event sequence taken from one input; keeps each run short.
 constexpr int MAX_STEPS = 200;
+/// Frame draggers beside the one with the dialog.
+constexpr int NEIGHBOURS = 2;
 /// How often one input may rebind the dialog: every rebinding doubles the
 /// dialog's connections to the same dragger (by design), so unbounded
 /// rebinding only measures Qt's signal fan-out.
@@ -119,8 +125,11 @@ osg::Matrixd hostMatrix(FuzzedDataProvider& data)
 class Scenario
 {
 public:
-    Scenario() : m_view(osg::Vec3d(2.5, -5.0, 3.0))
+    Scenario() : m_view(osg::Vec3d(2.5, -5.0, 3.0)), m_secondView(osg::Vec3d(-4.0, -3.0, 2.0))
     {
+        m_secondView.root()->addChild(m_view.root());
+        for (int index = 0; index < NEIGHBOURS; ++index)
+            rebuildNeighbour(index);
         m_dragger = new Rk::FrameDragger(m_host.makeReceiver().get(), true);
         m_dragger->setupDefaultGeometry();
         static_cast<Rk::Composite3DDragger*>(m_dragger.get())->showDraggers(true);
@@ -136,7 +145,7 @@ public:
 
     void step(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 17)) {
+        switch (data.ConsumeIntegralInRange(0, 19)) {
         case 0:
             m_view.press(position(data), data.ConsumeIntegralInRange(1, 4));
             break;
@@ -185,6 +194,12 @@ public:
         case 16:
             typePose(data);
             break;
+        case 17:
+            secondView(data);
+            break;
+        case 18:
+            changeNeighbour(data);
+            break;
         default:
             rebind(data);
             break;
@@ -220,12 +235,79 @@ private:
         }
     }
 
+    void rebuildNeighbour(int index)
+    {
+        if (m_neighbours[index])
+            m_view.root()->removeChild(m_neighbours[index].get());
+        m_neighbourHosts[index].pose = osg::Matrixd::translate(0.3 * (index + 1), -0.2, 0.1);
+        m_neighbours[index] =
+            new Rk::FrameDragger(m_neighbourHosts[index].makeReceiver().get(), index % 2 == 0);
+        m_neighbours[index]->setupDefaultGeometry();
+        static_cast<Rk::Composite3DDragger*>(m_neighbours[index].get())->showDraggers(true);
+        m_view.root()->addChild(m_neighbours[index].get());
+    }
+
+    /// Scene changes between events: a neighbour removed, re-added,
+    /// destroyed and rebuilt, hidden, shown, disabled or enabled.
+    void changeNeighbour(FuzzedDataProvider& data)
+    {
+        const int index = data.ConsumeIntegralInRange(0, NEIGHBOURS - 1);
+        Rk::FrameDragger* neighbour = m_neighbours[index].get();
+        switch (data.ConsumeIntegralInRange(0, 4)) {
+        case 0:
+            m_view.root()->removeChild(neighbour);
+            break;
+        case 1:
+            if (!m_view.root()->containsNode(neighbour))
+                m_view.root()->addChild(neighbour);
+            break;
+        case 2:
+            rebuildNeighbour(index);
+            break;
+        case 3:
+            static_cast<Rk::Composite3DDragger*>(neighbour)->showDraggers(data.ConsumeBool());
+            break;
+        default:
+            neighbour->setDraggingEnabled(data.ConsumeBool());
+            break;
+        }
+    }
+
+    /// A pointer event in the second viewer, anywhere in its window.
+    void secondView(FuzzedDataProvider& data)
+    {
+        const osg::Vec2d at(data.ConsumeFloatingPointInRange(0.0, 800.0),
+                            data.ConsumeFloatingPointInRange(0.0, 600.0));
+        switch (data.ConsumeIntegralInRange(0, 2)) {
+        case 0:
+            m_secondView.press(at);
+            break;
+        case 1:
+            m_secondView.drag(at);
+            break;
+        default:
+            m_secondView.release(at);
+            break;
+        }
+    }
+
+    bool neighbourDragging() const
+    {
+        for (const osg::ref_ptr<Rk::FrameDragger>& neighbour : m_neighbours)
+            if (neighbour->getDraggerActive())
+                return true;
+        return false;
+    }
+
     void release(const osg::Vec2d& at, int button)
     {
         // A hidden dragger (node mask 0) is not visited by the event
         // traversal at all: hiding does not end a drag, and the release that
         // ends it is the first one after the dragger is shown again.
-        const bool reachable = m_dragger->draggingEnabled() && m_dragger->getNodeMask() != 0;
+        // A neighbour dragged from the second view may take the release
+        // first (it marks the release handled), as any handler before it may.
+        const bool reachable =
+            m_dragger->draggingEnabled() && m_dragger->getNodeMask() != 0 && !neighbourDragging();
         m_view.release(at, button);
         if (reachable && m_dragger->getDraggerActive())
             fail("a release did not end the drag");
@@ -288,6 +370,9 @@ private:
 
     Host m_host;
     RkTest::ViewerHarness m_view;
+    RkTest::ViewerHarness m_secondView;
+    Host m_neighbourHosts[NEIGHBOURS];
+    osg::ref_ptr<Rk::FrameDragger> m_neighbours[NEIGHBOURS];
     osg::ref_ptr<Rk::FrameDragger> m_dragger;
     std::unique_ptr<Rk::DraggerDlg> m_dialog;
     int m_rebinds = 0;

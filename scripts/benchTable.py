@@ -16,9 +16,9 @@ TO_MICROSECONDS = {"ns": 1e-3, "us": 1.0, "ms": 1e3, "s": 1e6}
 # traversal that a stock dragger costs in a scene of the same size.
 ROWS = [
     ("Press + release, frame X arrow", "BM_PressRelease_FrameXArrow",
-     "BM_PressRelease_StockTranslateArrow", ("ratio", 1.5)),
+     "BM_PressRelease_StockTranslateArrow", ("ratio", 1.0)),
     ("Press + release, frame Z ring", "BM_PressRelease_FrameZRing",
-     "BM_PressRelease_StockTranslateArrow", ("ratio", 1.5)),
+     "BM_PressRelease_StockTranslateArrow", ("ratio", 1.0)),
     ("Press + release, frame Z ring vs trackball ring", "BM_PressRelease_FrameZRing",
      "BM_PressRelease_StockTrackballRing", None),
     ("Drag step, frame live (receiver + signal)", "BM_DragStep_FrameLive",
@@ -43,9 +43,22 @@ for kdtree in (0, 1):
                      f"{'with' if kdtree else 'no'} KdTrees",
                      f"BM_PressScene_FrameXArrow/{args}",
                      f"BM_PressScene_StockTranslateArrow/{args}", None))
-ROWS.append(("setupDefaultGeometry, frame vs stock translate + trackball",
+ROWS.append(("setupDefaultGeometry, first frame dragger vs stock translate + trackball",
              "BM_SetupDefaultGeometry_Frame",
              "BM_SetupDefaultGeometry_StockTranslateAndTrackball", None))
+ROWS.append(("setupDefaultGeometry, later frame dragger (same sizes) vs stock",
+             "BM_SetupDefaultGeometry_FrameLater",
+             "BM_SetupDefaultGeometry_StockTranslateAndTrackball", ("ratio", 2.0)))
+for triangles in (0, 100000):
+    for count in (1, 10, 100):
+        args = f"draggers:{count}/triangles:{triangles}"
+        ROWS.append((f"Press + release, X arrow of the last of {count} draggers, "
+                     f"{triangles:,} other triangles",
+                     f"BM_PressCrowd_FrameXArrow/{args}",
+                     f"BM_PressCrowd_StockTranslateArrow/{args}", None))
+    ROWS.append((f"Press + release, 100 vs 1 frame draggers, {triangles:,} other triangles",
+                 f"BM_PressCrowd_FrameXArrow/draggers:100/triangles:{triangles}",
+                 f"BM_PressCrowd_FrameXArrow/draggers:1/triangles:{triangles}", ("ratio", 2.0)))
 
 
 def medians(results):

@@ -1,4 +1,5 @@
 #include "rkDraggerUtility.h"
+#include "rkFrameDragger.h"
 
 #include <gtest/gtest.h>
 #include <osg/Geometry>
@@ -11,6 +12,7 @@
 #include <osgUtil/LineSegmentIntersector>
 
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -178,4 +180,61 @@ TEST(DraggerUtility, BadSizesBuildDegenerateGeometryWithoutFailing)
     osg::ref_ptr<osg::Geode> shell =
         RkDraggerUtility::createRotateDraggerCylinderShellGeode(0.1f, 0.0f, 1.0f);
     EXPECT_EQ(shell->getNumDrawables(), 4u);
+}
+
+namespace {
+
+// The geodes below each handle of `dragger`, X, Y, Z of the arrows then of
+// the rings, in child order.
+std::vector<const osg::Node*> handleGeodes(const Rk::FrameDragger& dragger)
+{
+    std::vector<const osg::Node*> geodes;
+    for (const osg::Group* handle :
+         {static_cast<osg::Group*>(dragger.translateDragger()->xDragger()),
+          static_cast<osg::Group*>(dragger.translateDragger()->yDragger()),
+          static_cast<osg::Group*>(dragger.translateDragger()->zDragger()),
+          static_cast<osg::Group*>(dragger.rotateDragger()->xDragger()),
+          static_cast<osg::Group*>(dragger.rotateDragger()->yDragger()),
+          static_cast<osg::Group*>(dragger.rotateDragger()->zDragger())})
+        for (unsigned int index = 0; index < handle->getNumChildren(); ++index)
+            geodes.push_back(handle->getChild(index));
+    return geodes;
+}
+
+osg::ref_ptr<Rk::FrameDragger> frameDraggerWithGeometry()
+{
+    osg::ref_ptr<Rk::FrameDragger> dragger =
+        new Rk::FrameDragger(static_cast<Rk::DraggerReceiver*>(nullptr), false);
+    dragger->setupDefaultGeometry();
+    return dragger;
+}
+
+} // namespace
+
+TEST(SharedHandleGeometry, IsBuiltOncePerSizesAndNeverChangedByARebuild)
+{
+    osg::ref_ptr<Rk::FrameDragger> first = frameDraggerWithGeometry();
+    osg::ref_ptr<Rk::FrameDragger> second = frameDraggerWithGeometry();
+    const std::vector<const osg::Node*> firstGeodes = handleGeodes(*first);
+    // Shaft and head per arrow, one torus geode per ring: the same nodes.
+    ASSERT_EQ(firstGeodes.size(), 9u);
+    EXPECT_EQ(handleGeodes(*second), firstGeodes);
+    const float firstRingRadius = firstGeodes[6]->getBound().radius();
+
+    // The second dragger's rings rebuilt with other sizes: a geode of their
+    // own is added; the first dragger keeps its handles untouched.
+    second->rotateDragger()->setGeometryProperties(0.02f, 0.8f);
+    second->rotateDragger()->setupDefaultGeometry();
+    EXPECT_EQ(handleGeodes(*first), firstGeodes);
+    EXPECT_FLOAT_EQ(firstGeodes[6]->getBound().radius(), firstRingRadius);
+    const std::vector<const osg::Node*> rebuilt = handleGeodes(*second);
+    ASSERT_EQ(rebuilt.size(), 12u);
+    EXPECT_NE(rebuilt[7], firstGeodes[6]);
+    EXPECT_GT(rebuilt[7]->getBound().radius(), firstRingRadius);
+
+    // Nothing keeps the geometry once no dragger holds it.
+    const osg::observer_ptr<const osg::Node> ring(firstGeodes[6]);
+    first = nullptr;
+    second = nullptr;
+    EXPECT_FALSE(ring.valid());
 }

@@ -273,7 +273,9 @@ bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::Vi
 {
     _pointer.reset();
     const PickCache::Hits& hits = PickCache::hits(view, event, _intersectionMask);
-    if (hits.empty())
+    // Only a dragger on the first hit's path takes the hits: every other one
+    // of a crowded scene skips copying them, and ends as it would with them.
+    if (hits.empty() || !PickCache::pathContains(hits.begin()->nodePath, this))
         return false;
     for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits)
         _pointer.addIntersection(hit.nodePath, hit.getLocalIntersectPoint());

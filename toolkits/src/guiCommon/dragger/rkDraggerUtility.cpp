@@ -1,6 +1,7 @@
 #include "rkDraggerUtility.h"
 
 #include "rkAxialShellBound.h"
+#include "rkSharedHandleGeometry.h"
 
 #include <osg/Geometry>
 #include <osg/Image>
@@ -231,6 +232,15 @@ osg::Geode* createRotateDraggerTorusGeode(float ringRadius, float tubeRadius, fl
     for (int k = 0; k < kDirectionCones; ++k)
         geode->addDrawable(createDirectionCone(ringRadius, lineWidth, k));
     return geode;
+}
+
+osg::ref_ptr<osg::Geode> sharedRotateDraggerTorusGeode(float ringRadius, float tubeRadius,
+                                                       float lineWidth)
+{
+    const osg::ref_ptr<osg::Node> node = Rk::SharedHandleGeometry::get(
+        "rotate dragger torus", {ringRadius, tubeRadius, lineWidth},
+        [=] { return createRotateDraggerTorusGeode(ringRadius, tubeRadius, lineWidth); });
+    return node->asGeode();
 }
 
 osg::Geode* createRotateDraggerCylinderShellGeode(float outerRadius, float height,

@@ -2,10 +2,12 @@
 #define RK_DRAGGER_UTILITY_H
 
 #include <osg/Geode>
+#include <osg/ref_ptr>
 
-/// Builders of rotation-handle geometry. Every builder returns a new geode
-/// with reference count 0 (add it to a parent or hold it in an
-/// `osg::ref_ptr`) and keeps no state between calls. Coordinates are the
+/// Builders of rotation-handle geometry. Every `create...` builder returns a
+/// new geode with reference count 0 (add it to a parent or hold it in an
+/// `osg::ref_ptr`) and keeps no state between calls; the `shared...` one
+/// hands out the geode built for the same sizes while anyone holds it. Coordinates are the
 /// handle's own: the ring or cylinder lies about the origin with Z as the
 /// axis of rotation. No argument is checked: zero or negative radii, a tube
 /// wider than the ring or a wall thicker than the radius give degenerate or
@@ -29,6 +31,15 @@ namespace RkDraggerUtility {
 /// pick rays that pass beside the ring or through its hole do not enter the
 /// ring's handle. Its bounding box is the drawables' box, as usual.
 osg::Geode* createRotateDraggerTorusGeode(float ringRadius, float tubeRadius, float lineWidth);
+
+/// The geode that `createRotateDraggerTorusGeode` builds for these sizes,
+/// shared by every caller with the same sizes (`Rk::SharedHandleGeometry`):
+/// built, with its pick tree, once while anyone holds it. The geode, its
+/// drawables, their states and the pick tree are shared and must not be
+/// changed; give per-dragger states, colours and masks to the handles above
+/// it instead.
+osg::ref_ptr<osg::Geode> sharedRotateDraggerTorusGeode(float ringRadius, float tubeRadius,
+                                                       float lineWidth);
 
 /// A hollow cylinder about Z: outer wall of radius `outerRadius`, inner wall
 /// of radius `outerRadius - wallThickness`, both of height `height` centred

@@ -1,8 +1,12 @@
 #ifndef RK_PICK_CACHE_H
 #define RK_PICK_CACHE_H
 
+#include <osg/Matrixd>
 #include <osg/Node>
+#include <osg/observer_ptr>
 #include <osgUtil/LineSegmentIntersector>
+
+#include <vector>
 
 namespace osgGA {
 class GUIEventAdapter;
@@ -19,6 +23,31 @@ namespace Rk {
 /// The pick is the view's own `computeIntersections` at the event's
 /// `getX()`, `getY()`; the hits are ordered front to back, exactly as that
 /// call gives them. A view whose pick finds nothing gives no hits.
+///
+/// Every dragger of a scene sees each pointer event, so without sharing a
+/// press would cost one full scene pick per dragger. The first call for an
+/// event computes the pick; later calls for the same event give the same
+/// hits when all of the following still hold, and compute a new pick
+/// otherwise:
+/// - the same event object (still alive), with the same type, position,
+///   button and time stamp: any other event, a press or a pointer move
+///   alike, picks anew, so a scene changed between two events is always seen;
+/// - the same view, and the camera found under the pointer at the event's
+///   first pick in that view still alive with the same view and projection
+///   matrices and viewport;
+/// - the same mask (picks for several masks of one event are kept side by side);
+/// - every node on every hit's path is still alive, still a child of the
+///   node before it, and still passes the mask: a node destroyed, removed or
+///   hidden while the event is being handled (by a slot of an earlier
+///   handler, say) sends the next caller to a new pick, and no caller ever
+///   sees a path with a destroyed node.
+/// A change that leaves all of this as it is while one event is being handled
+/// (a node moved, added or shown by another handler of that very event) is
+/// not seen by later callers of that event unless that handler calls
+/// `invalidate()`; between events it always is.
+///
+/// The cache belongs to the calling thread. It holds the picks of one event
+/// only; the first call for another event drops them.
 class PickCache
 {
 public:
@@ -28,6 +57,60 @@ public:
     /// nothing is hit. The reference stays valid until the next call.
     static const Hits& hits(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
                             osg::Node::NodeMask mask);
+
+    /// Whether `node` lies on `path` (a hit's node path).
+    static bool pathContains(const osg::NodePath& path, const osg::Node* node);
+
+    /// Drops every kept pick, so that the next call computes a new one. For
+    /// a handler that moves, adds or shows nodes while an event is being
+    /// handled and wants the draggers after it to see the change.
+    static void invalidate();
+
+    /// Number of scene picks computed so far by this thread (for tests and
+    /// benchmarks: it tells shared picks from computed ones).
+    static unsigned long long computedPicks();
+
+    /// When set, every call computes a new pick, as without sharing (for
+    /// tests that compare both). Clear by default; per thread.
+    static void setSharingDisabled(bool disabled);
+
+private:
+    struct EventKey
+    {
+        osg::observer_ptr<const osgGA::GUIEventAdapter> event;
+        int type = 0;
+        float x = 0.0f;
+        float y = 0.0f;
+        int button = 0;
+        double time = 0.0;
+
+        bool matches(const osgGA::GUIEventAdapter& other) const;
+    };
+
+    struct Entry
+    {
+        osg::observer_ptr<osgViewer::View> view;
+        osg::observer_ptr<const osg::Camera> camera;
+        osg::Matrixd viewMatrix;
+        osg::Matrixd projectionMatrix;
+        double viewport[4] = {0.0, 0.0, 0.0, 0.0};
+        osg::Node::NodeMask mask = 0;
+        Hits hits;
+        /// One observer per node of every hit's path, in path order.
+        std::vector<osg::observer_ptr<osg::Node>> pathNodes;
+
+        bool matches(osgViewer::View& view, const osg::Camera* camera,
+                     osg::Node::NodeMask mask) const;
+        bool pathsIntact() const;
+    };
+
+    struct State;
+    static State& state();
+    static const osg::Camera* cameraOfEntries(State& state, osgViewer::View& view,
+                                              const osgGA::GUIEventAdapter& event);
+    static Entry& computePick(State& state, osgViewer::View& view,
+                              const osgGA::GUIEventAdapter& event, const osg::Camera* camera,
+                              osg::Node::NodeMask mask);
 };
 
 } // namespace Rk

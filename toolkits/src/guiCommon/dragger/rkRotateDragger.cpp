@@ -54,8 +54,9 @@ void RotateDragger::setGeometryProperties(float pickTubeRadius, float ringRadius
 
 void RotateDragger::setupDefaultGeometry()
 {
-    addToEveryHandle(RkDraggerUtility::createRotateDraggerTorusGeode(m_ringRadius, m_pickTubeRadius,
-                                                                     RING_LINE_WIDTH));
+    addToEveryHandle(RkDraggerUtility::sharedRotateDraggerTorusGeode(m_ringRadius, m_pickTubeRadius,
+                                                                     RING_LINE_WIDTH)
+                         .get());
     for (Rotate1DDragger* handle : {xDragger(), yDragger(), zDragger()})
         handle->setProjectionRadius(m_ringRadius);
     orientAndColourHandles();

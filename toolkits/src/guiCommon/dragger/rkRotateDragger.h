@@ -67,7 +67,13 @@ public:
     void setGeometryProperties(float pickTubeRadius, float ringRadius);
     /// Adds one shared torus geode to every handle, turns the X and Y
     /// handles onto their axes and colours the handles. A second call adds a
-    /// second geode; nothing is removed.
+    /// second geode; nothing is removed. The geode is the one every rotate
+    /// dragger with the same ring radius and tube radius shares
+    /// (`RkDraggerUtility::sharedRotateDraggerTorusGeode`), built once: it
+    /// and its drawables must not be changed. Per dragger a host may still
+    /// change everything above it: the handles' matrices, node masks,
+    /// colours and states. New sizes followed by this call add the geode of
+    /// the new sizes and leave every other dragger's rings as they are.
     void setupDefaultGeometry() override;
 
     /// Passes the event to the rings; for an accepted press it resets the

@@ -1,5 +1,7 @@
 #include "rkTranslateDragger.h"
 
+#include "rkSharedHandleGeometry.h"
+
 #include <osg/Geode>
 #include <osg/Geometry>
 #include <osg/LineWidth>
@@ -52,8 +54,12 @@ void TranslateDragger::setGeometryProperties(float lineWidth, float coneRadius, 
 
 void TranslateDragger::setupDefaultGeometry()
 {
-    addToEveryHandle(createShaftGeode());
-    addToEveryHandle(createHeadGeode());
+    addToEveryHandle(SharedHandleGeometry::get("arrow shaft", {m_lineWidth}, [this] {
+                         return createShaftGeode();
+                     }).get());
+    addToEveryHandle(SharedHandleGeometry::get("arrow head", {m_coneRadius, m_coneHeight}, [this] {
+                         return createHeadGeode();
+                     }).get());
     orientAndColourHandles();
 }
 

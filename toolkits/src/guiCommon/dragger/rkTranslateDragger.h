@@ -57,7 +57,13 @@ public:
     void setGeometryProperties(float lineWidth, float coneRadius, float coneHeight);
     /// Adds one shared shaft geode and one shared head geode to every handle,
     /// turns the X and Y handles onto their axes and colours the handles.
-    /// A second call adds a second pair; nothing is removed.
+    /// A second call adds a second pair; nothing is removed. Both geodes are
+    /// shared with every translate dragger of the same line width (shaft) and
+    /// cone sizes (head), built once (`SharedHandleGeometry`): they and their
+    /// drawables and states must not be changed. Per dragger a host may still
+    /// change everything above them: the handles' matrices, node masks,
+    /// colours and states. New sizes followed by this call add the geodes of
+    /// the new sizes and leave every other dragger's arrows as they are.
     void setupDefaultGeometry() override;
 
     /// Passes the event to the arrows; for an accepted press it resets the
