@@ -1,5 +1,7 @@
 #include "rkDemoMainWindow.h"
 
+#include "rkHandlingControls.h"
+
 #include "rkDraggerDlg.h"
 #include "rkFrameDragger.h"
 #include "rkJogPanel.h"
@@ -31,6 +33,7 @@ RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent
     buildScene();
     buildDialogDock();
     buildToolBar();
+    new RkHandlingControls(this, m_frameDragger.get(), {m_view});
     m_plugin.setPoseListener([this](const osg::Matrixd& pose) { m_arm.setEndEffectorPose(pose); });
     resize(1100, 720);
 }

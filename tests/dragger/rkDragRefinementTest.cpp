@@ -93,9 +93,9 @@ protected:
     osg::Vec2d onZRing(double angleDegrees) const
     {
         const double radians = degrees(angleDegrees);
-        return harness.project(worldOf(dragger->rotateDragger()->zDragger(),
-                                       osg::Vec3d(kRingRadius * std::cos(radians),
-                                                  kRingRadius * std::sin(radians), 0)));
+        return harness.project(worldOf(
+            dragger->rotateDragger()->zDragger(),
+            osg::Vec3d(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0)));
     }
     void lookDownZ() { harness.lookAt(osg::Vec3d(0.4, -0.6, 5), osg::Vec3d(), osg::Y_AXIS); }
     /// Presses or lets go of a modifier key the way a window system reports it.
@@ -131,8 +131,8 @@ TEST_F(DragRefinementTest, MotionSinceThePressSnapsToTheStep)
          0.2, 0.0},
         {"Ctrl held before the press: no snapping", 0.1, 0, -kInfinity, Event::MODKEY_LEFT_CTRL,
          false, false, 0.37, 0.37},
-        {"defaults: Ctrl and Shift change nothing", 0, 0, -0.1, Event::MODKEY_CTRL | Event::MODKEY_SHIFT,
-         false, false, 0.37, 0.37},
+        {"defaults: Ctrl and Shift change nothing", 0, 0, -0.1,
+         Event::MODKEY_CTRL | Event::MODKEY_SHIFT, false, false, 0.37, 0.37},
         {"37 degrees with a 15 degree step lands on 30", 0, degrees(15), kNaN, 0, true, false, 37,
          degrees(30)},
         {"backwards, deferred: -37 lands on -30", 0, degrees(15), -1, 0, true, true, -37,
@@ -154,7 +154,8 @@ TEST_F(DragRefinementTest, MotionSinceThePressSnapsToTheStep)
 
         if (row.ring) {
             lookDownZ();
-            turnAlong(harness, [&](double at) { return onZRing(at); }, 40, 40 + row.to);
+            turnAlong(
+                harness, [&](double at) { return onZRing(at); }, 40, 40 + row.to);
         } else {
             harness.dragFromTo(onArrow(0, 0.7), onArrow(0, 0.7 + row.to));
         }
