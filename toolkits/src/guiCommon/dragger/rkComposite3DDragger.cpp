@@ -250,7 +250,7 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
         break;
     case osgGA::GUIEventAdapter::DRAG:
     case osgGA::GUIEventAdapter::RELEASE:
-        result = dragStep(event, action, false);
+        result = dragStep(event, action, false) || m_cancel.swallowed(event);
         break;
     case osgGA::GUIEventAdapter::FRAME:
         followReceiver();

@@ -82,7 +82,8 @@ public:
     /// During a drag: the pose goes back to the pose of the press, which is
     /// written to the receiver if this drag has written it (a deferred drag
     /// writes nothing), the drag ends (its further drags and the release of
-    /// its button do nothing, wherever the pointer is), and
+    /// its button do nothing, wherever the pointer is, but are still marked
+    /// handled so that no camera manipulator takes them up), and
     /// `signalPoseChanged()`, `signalCommandValueDone()` (command value 0)
     /// and `signalDragCancelled()` are emitted. Outside a drag, or a second
     /// time in one drag: nothing.

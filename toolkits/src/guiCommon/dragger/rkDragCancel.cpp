@@ -10,8 +10,9 @@ bool DragCancel::isCancelKey(const osgGA::GUIEventAdapter& event) const
            event.getKey() == m_key;
 }
 
-void DragCancel::cancel(Composite3DDragger& dragger, const osg::Matrixd& pressPose) const
+void DragCancel::cancel(Composite3DDragger& dragger, const osg::Matrixd& pressPose)
 {
+    m_afterCancel = true;
     dragger.setDraggerActive(false);
     releaseHandles(dragger);
     dragger.setActiveAxis(Composite3DDragger::NO_AXIS);
@@ -20,6 +21,15 @@ void DragCancel::cancel(Composite3DDragger& dragger, const osg::Matrixd& pressPo
     if (m_wrote)
         dragger.setReceiverMatrix();
     dragger.setCommandValue(0.0);
+}
+
+bool DragCancel::swallowed(const osgGA::GUIEventAdapter& event)
+{
+    if (!m_afterCancel)
+        return false;
+    if (event.getEventType() == osgGA::GUIEventAdapter::RELEASE)
+        m_afterCancel = false;
+    return true;
 }
 
 void DragCancel::releaseHandles(osgManipulator::CompositeDragger& dragger)

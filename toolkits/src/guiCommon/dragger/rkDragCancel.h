@@ -26,7 +26,11 @@ public:
     bool isCancelKey(const osgGA::GUIEventAdapter& event) const;
 
     /// A drag starts: nothing written yet.
-    void pressed() { m_wrote = false; }
+    void pressed()
+    {
+        m_wrote = false;
+        m_afterCancel = false;
+    }
     /// The receiver was written.
     void noteWrite() { m_wrote = true; }
     bool wroteThisDrag() const { return m_wrote; }
@@ -35,13 +39,18 @@ public:
     /// puts the handles' own colours back, moves the dragger to `pressPose`,
     /// writes the receiver if the drag had written it, and sets the command
     /// value to 0. Emits nothing.
-    void cancel(Composite3DDragger& dragger, const osg::Matrixd& pressPose) const;
+    void cancel(Composite3DDragger& dragger, const osg::Matrixd& pressPose);
+    /// Whether `event` is a drag or the release of a cancelled drag: taken
+    /// (so that no camera turns with it) and otherwise ignored. The first
+    /// release ends this.
+    bool swallowed(const osgGA::GUIEventAdapter& event);
 
 private:
     static void releaseHandles(osgManipulator::CompositeDragger& dragger);
 
     int m_key = 0;
     bool m_wrote = false;
+    bool m_afterCancel = false;
 };
 
 } // namespace Rk

@@ -20,7 +20,9 @@ namespace Rk {
 /// matrix, the motion since the press, measured from the press pose in the
 /// press frame, is rounded to the nearest multiple of the step and the matrix
 /// is rebuilt from it. It is suspended while Ctrl is held (also when Ctrl was
-/// held before the press).
+/// held before the press). A new kind of handle adds its drag mode to
+/// `snapped`, built from `snapTranslation` (a plane handle passes the two
+/// axes of its plane) or `snapAngle`.
 ///
 /// Units: window pixels, metres in the dragger's parent frame, radians. With
 /// every option at its default (steps 0, factor 1) every point and matrix
