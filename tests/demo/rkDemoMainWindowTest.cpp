@@ -85,7 +85,7 @@ TEST_F(DemoMainWindow, DraggingTheXArrowMovesTheEndEffectorAndTheDialogShowsIt)
     EXPECT_NEAR(box("spinBoxX")->value(), hostPosition().x(), 0.0005);
 }
 
-TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscCancelsTheDrag)
+TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscOrARightClickCancelsTheDrag)
 {
     auto* snap = window->findChild<QAction*>("snapAction");
     ASSERT_NE(snap, nullptr);
@@ -120,6 +120,12 @@ TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscCancelsTheDrag)
     QTest::qWait(kSettleMs);
     EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6);
     EXPECT_NEAR(box("spinBoxX")->value(), snapped.x(), 0.0005);
+
+    dragAlongX(snapped + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0), 0.05);
+    QTest::mousePress(view, Qt::RightButton, {}, QPoint(10, 10));
+    QTest::qWait(kSettleMs);
+    EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6) << "a right-click cancels too";
+    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(10, 10));
 }
 
 TEST_F(DemoMainWindow, TypedYSticksInThePlugin)
