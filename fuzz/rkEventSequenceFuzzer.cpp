@@ -1,7 +1,9 @@
 // Feeds a frame dragger with a receiver and a bound dialog, inside a real
 // viewer, arbitrary sequences of pointer, key, frame and scroll events mixed
 // with host writes (NaN and infinities included), scales, visibility,
-// enabling, value-on-release and alignment toggles, and dialog rebinding.
+// enabling, value-on-release and alignment toggles, dialog rebinding, and the
+// handling options: snap steps, precision factor, cancel key (bad values
+// included), Ctrl and Shift held or pressed at any time, cancels by key and slot.
 // Two more frame draggers overlap it and are removed, re-added, destroyed,
 // rebuilt, hidden and disabled between events, and a second viewer shows the
 // same scene from elsewhere and gets pointer events of its own: all draggers
@@ -10,7 +12,7 @@
 // Checked for every input, besides what the sanitizers catch (crashes,
 // undefined behaviour, leaks):
 // - a release while the dragger is shown and dragging is enabled always ends
-//   the drag;
+//   the drag, and so does a cancel (key or slot);
 // - every matrix the library writes to the receiver is rigid: finite, an
 //   orthonormal rotation with determinant +1, translation in the fourth row.
 //   The library writes only when the pose it would write is finite. When the
@@ -136,6 +138,8 @@ public:
         m_view.root()->addChild(m_dragger.get());
         m_dialog = std::make_unique<Rk::DraggerDlg>(m_dragger.get(), nullptr);
         m_dialog->enableSystemAlignment();
+        // The host cancels with Escape: the viewer must not quit on it.
+        m_view.viewer().setKeyEventSetsDone(0);
     }
     ~Scenario()
     {
@@ -145,7 +149,7 @@ public:
 
     void step(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 19)) {
+        switch (data.ConsumeIntegralInRange(0, 20)) {
         case 0:
             m_view.press(position(data), data.ConsumeIntegralInRange(1, 4));
             break;
@@ -199,6 +203,9 @@ public:
             break;
         case 18:
             changeNeighbour(data);
+            break;
+        case 19:
+            handling(data);
             break;
         default:
             rebind(data);
@@ -311,6 +318,52 @@ private:
         m_view.release(at, button);
         if (reachable && m_dragger->getDraggerActive())
             fail("a release did not end the drag");
+    }
+
+    void handling(FuzzedDataProvider& data)
+    {
+        using Event = osgGA::GUIEventAdapter;
+        static const int keys[] = {Event::KEY_Escape, Event::KEY_Control_L, Event::KEY_Shift_L,
+                                   'a'};
+        const int key = keys[data.ConsumeIntegralInRange<size_t>(0, std::size(keys) - 1)];
+        switch (data.ConsumeIntegralInRange(0, 7)) {
+        case 0:
+            m_dragger->setTranslationSnap(specialOrPlain(data, -0.5, 0.5));
+            break;
+        case 1:
+            m_dragger->setRotationSnap(specialOrPlain(data, -1.0, 4.0));
+            break;
+        case 2:
+            m_dragger->setPrecisionFactor(specialOrPlain(data, -1.0, 200.0));
+            break;
+        case 3:
+            m_dragger->setCancelKey(data.ConsumeBool() ? key : 0);
+            break;
+        case 4:
+            m_view.holdModifiers(data.ConsumeIntegralInRange(0, 0xFF));
+            break;
+        case 5:
+            m_view.keyUp(key);
+            break;
+        case 6:
+            pressKey(key);
+            break;
+        default:
+            m_dragger->cancelDrag();
+            if (m_dragger->getDraggerActive())
+                fail("the cancel slot did not end the drag");
+            break;
+        }
+    }
+
+    /// A key press; the cancel key ends a drag that the dragger can see.
+    void pressKey(int key)
+    {
+        const bool cancels = key == m_dragger->cancelKey() && m_dragger->draggingEnabled() &&
+                             m_dragger->getNodeMask() != 0;
+        m_view.keyDown(key);
+        if (cancels && m_dragger->getDraggerActive())
+            fail("the cancel key did not end the drag");
     }
 
     void setScale(FuzzedDataProvider& data)

@@ -1,5 +1,7 @@
 #include "rkDemoMainWindow.h"
 
+#include "rkHandlingControls.h"
+
 #include "rkDraggerDlg.h"
 #include "rkFrameDragger.h"
 #include "rkJogPanel.h"
@@ -44,6 +46,7 @@ RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent
     buildDialogDock();
     buildToolBar();
     buildEditMenu();
+    new RkHandlingControls(this, m_frameDragger.get(), {m_view, m_topView});
     m_plugin.setPoseListener([this](const osg::Matrixd& pose) { m_arm.setEndEffectorPose(pose); });
     resize(1280, 720);
 }

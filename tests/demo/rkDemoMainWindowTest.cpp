@@ -11,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QImage>
 #include <QProcess>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
@@ -87,6 +88,49 @@ TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDia
         EXPECT_NEAR(moved.z(), 0.0, 1e-9);
         EXPECT_NEAR(box("spinBoxX")->value(), hostPosition().x(), 0.0005);
     }
+}
+
+TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscOrARightClickCancelsTheDrag)
+{
+    auto* snap = window->findChild<QAction*>("snapAction");
+    ASSERT_NE(snap, nullptr);
+    snap->trigger();
+    RkOsgViewWidget* view = window->view();
+    auto dragAlongX = [&](const osg::Vec3d& grab, double distance) {
+        QTest::mousePress(view, Qt::LeftButton, {}, onScreen(grab));
+        QTest::qWait(kSettleMs);
+        for (int step = 1; step <= 4; ++step) {
+            QTest::mouseMove(view, onScreen(grab + osg::Vec3d(distance * step / 4.0, 0, 0)));
+            QTest::qWait(30);
+        }
+        QTest::qWait(kSettleMs);
+    };
+
+    const osg::Vec3d start = hostPosition();
+    const osg::Vec3d grab = start + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0);
+    dragAlongX(grab, 0.037);
+    EXPECT_EQ(window->statusBar()->currentMessage(), QString("X +40.0 mm"));
+    QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(grab + osg::Vec3d(0.037, 0, 0)));
+    QTest::qWait(kSettleMs);
+    EXPECT_NEAR(hostPosition().x() - start.x(), 0.04, 1e-5);
+
+    const osg::Vec3d snapped = hostPosition();
+    dragAlongX(snapped + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0), 0.05);
+    EXPECT_GT(hostPosition().x(), snapped.x() + 0.04);
+    QTest::keyClick(view, Qt::Key_Escape);
+    QTest::qWait(kSettleMs);
+    EXPECT_TRUE(window->isVisible()) << "Escape cancels, it does not quit";
+    EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6);
+    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(-50, -50));
+    QTest::qWait(kSettleMs);
+    EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6);
+    EXPECT_NEAR(box("spinBoxX")->value(), snapped.x(), 0.0005);
+
+    dragAlongX(snapped + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0), 0.05);
+    QTest::mousePress(view, Qt::RightButton, {}, QPoint(10, 10));
+    QTest::qWait(kSettleMs);
+    EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6) << "a right-click cancels too";
+    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(10, 10));
 }
 
 TEST_F(DemoMainWindow, TypedYSticksInThePlugin)

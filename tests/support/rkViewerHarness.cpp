@@ -85,6 +85,11 @@ bool ViewerHarness::keyUp(int key)
     return traverse(m_window->getEventQueue()->keyRelease(key));
 }
 
+void ViewerHarness::holdModifiers(int modKeyMask)
+{
+    m_window->getEventQueue()->getCurrentEventState()->setModKeyMask(modKeyMask);
+}
+
 bool ViewerHarness::scroll(osgGA::GUIEventAdapter::ScrollingMotion motion)
 {
     return traverse(m_window->getEventQueue()->mouseScroll(motion));

@@ -43,6 +43,10 @@ public:
     bool move(const osg::Vec2d& at);
     bool keyDown(int key);
     bool keyUp(int key);
+    /// The modifier keys (`osgGA::GUIEventAdapter::ModKeyMask`) that every
+    /// later event reports as held, as a window system does; the queue does
+    /// not track them from key events itself.
+    void holdModifiers(int modKeyMask);
     bool scroll(osgGA::GUIEventAdapter::ScrollingMotion motion);
     /// One event traversal with the viewer's frame event and nothing else.
     void frame();

@@ -192,8 +192,10 @@ void Composite3DDragger::setReceiverMatrix()
     // A dragger driven to a non-finite matrix (a degenerate handle, a host
     // that set one directly) writes nothing rather than NaN to the host.
     const osg::Matrixd pose = receiverPoseOfDragger();
-    if (isFinite(pose))
-        m_receiver->setMatrix(pose);
+    if (!isFinite(pose))
+        return;
+    m_receiver->setMatrix(pose);
+    m_cancel.noteWrite();
 }
 
 void Composite3DDragger::setActiveAxis(AxisEnum axis)
@@ -203,7 +205,16 @@ void Composite3DDragger::setActiveAxis(AxisEnum axis)
 
 void Composite3DDragger::setFromChildDraggerActive() {}
 
-void Composite3DDragger::cancelDrag() {}
+void Composite3DDragger::cancelDrag()
+{
+    if (!getDraggerActive())
+        return;
+    m_cancel.cancel(*this, m_refinement.pressPose());
+    _pointer.reset();
+    emit signalPoseChanged();
+    emit signalCommandValueDone();
+    emit signalDragCancelled();
+}
 
 void Composite3DDragger::setValueOnRelease(bool value)
 {
@@ -216,7 +227,9 @@ bool Composite3DDragger::handle(const osgManipulator::PointerInfo& pointer,
 {
     if (!m_draggingEnabled)
         return false;
-    return osgManipulator::CompositeDragger::handle(pointer, event, action);
+    const bool handled = osgManipulator::CompositeDragger::handle(pointer, event, action);
+    snapMotion(event);
+    return handled;
 }
 
 bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
@@ -237,10 +250,14 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
         break;
     case osgGA::GUIEventAdapter::DRAG:
     case osgGA::GUIEventAdapter::RELEASE:
-        result = dragStep(event, action, false);
+        result = dragStep(event, action, false) || m_cancel.swallowed(event);
         break;
     case osgGA::GUIEventAdapter::FRAME:
         followReceiver();
+        break;
+    case osgGA::GUIEventAdapter::KEYDOWN:
+    case osgGA::GUIEventAdapter::KEYUP:
+        result = keyDuringDrag(event, action);
         break;
     default:
         break;
@@ -313,7 +330,41 @@ void Composite3DDragger::projectPointer(const osgGA::GUIEventAdapter& event)
     const bool yDownwards =
         event.getMouseYOrientation() == osgGA::GUIEventAdapter::Y_INCREASING_DOWNWARDS;
     const float windowY = yDownwards ? event.getYmax() - event.getY() : event.getY();
-    _pointer.setMousePosition(event.getX(), windowY);
+    const osg::Vec2d window(event.getX(), windowY);
+    if (event.getEventType() == osgGA::GUIEventAdapter::PUSH) {
+        m_refinement.pressed(getMatrix(), event, window);
+        m_cancel.pressed();
+    }
+    m_refinement.rememberPointerEvent(event);
+    const osg::Vec2d point = m_refinement.refinedPoint(event, window);
+    _pointer.setMousePosition(point.x(), point.y());
+}
+
+void Composite3DDragger::snapMotion(const osgGA::GUIEventAdapter& event)
+{
+    // Only the dragger whose matrix the handles move snaps it, after they
+    // moved it and before its handler writes or reports it.
+    if (getParentDragger() == this && event.getEventType() == osgGA::GUIEventAdapter::DRAG &&
+        m_refinement.snapping(m_dragMode))
+        setMatrix(m_refinement.snapped(getMatrix(), m_activeAxis, m_dragMode));
+}
+
+bool Composite3DDragger::keyDuringDrag(const osgGA::GUIEventAdapter& event,
+                                       osgGA::GUIActionAdapter& action)
+{
+    if (!getDraggerActive())
+        return false;
+    if (m_cancel.isCancelKey(event)) {
+        cancelDrag();
+        return true;
+    }
+    // Ctrl switches snapping at once: the last drag step is applied again.
+    const osgGA::GUIEventAdapter* replay = m_refinement.replayEvent();
+    if (m_refinement.snappingSwitchedBy(event, m_dragMode) && replay) {
+        _pointer._hitIter = _pointer._hitList.begin();
+        handle(_pointer, *replay, action);
+    }
+    return false;
 }
 
 void Composite3DDragger::followReceiver()

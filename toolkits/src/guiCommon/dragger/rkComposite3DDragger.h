@@ -2,6 +2,8 @@
 #define RK_COMPOSITE_3D_DRAGGER_H
 
 #include "rkCoordinateSystemTransformation.h"
+#include "rkDragCancel.h"
+#include "rkDragRefinement.h"
 #include "rkDraggerReceiver.h"
 #include "rkFollowAgreement.h"
 #include "rkHandlingSignals.h"
@@ -77,8 +79,14 @@ public:
     /// every handle to a point, so nothing can be picked). NaN and infinite
     /// values are ignored: nothing is stored and nothing is emitted.
     virtual void setScale(double scale);
-    /// During a drag: the pose goes back to the pose of the press and the
-    /// drag ends. Outside a drag: nothing.
+    /// During a drag: the pose goes back to the pose of the press, which is
+    /// written to the receiver if this drag has written it (a deferred drag
+    /// writes nothing), the drag ends (its further drags and the release of
+    /// its button do nothing, wherever the pointer is, but are still marked
+    /// handled so that no camera manipulator takes them up), and
+    /// `signalPoseChanged()`, `signalCommandValueDone()` (command value 0)
+    /// and `signalDragCancelled()` are emitted. Outside a drag, or a second
+    /// time in one drag: nothing.
     void cancelDrag() override;
     /// Stores the active axis (subclasses also recolour their handles).
     virtual void setActiveAxis(AxisEnum axis);
@@ -141,6 +149,33 @@ public:
     bool receiverFollow() const { return m_receiverFollow; }
     void setReceiverFollow(bool follow) { m_receiverFollow = follow; }
 
+    /// Snaps the distance along the active axis since the press, in the
+    /// press frame, to multiples of `metres`; 0 (the default) is off. The
+    /// pose, every receiver write and the command value show the snapped
+    /// value; a step larger than the drag keeps the press pose. Holding Ctrl
+    /// suspends snapping at once (also when held before the press); releasing
+    /// it snaps again at once. A negative, NaN or infinite step is ignored.
+    void setTranslationSnap(double metres) { m_refinement.setTranslationSnap(metres); }
+    double translationSnap() const { return m_refinement.translationSnap(); }
+    /// The same for the angle about the active axis (radians, taken in
+    /// (-pi, pi]); 0 (the default) is off.
+    void setRotationSnap(double radians) { m_refinement.setRotationSnap(radians); }
+    double rotationSnap() const { return m_refinement.rotationSnap(); }
+    /// While Shift is held, pointer motion counts `factor` times (0.1: ten
+    /// times finer); pressing or releasing Shift mid-drag re-anchors, so the
+    /// pose never jumps. Default 1. Zero, negative, NaN, infinite or above
+    /// `DragRefinement::MAX_PRECISION_FACTOR` is ignored; a new factor takes
+    /// effect at the next press.
+    void setPrecisionFactor(double factor) { m_refinement.setPrecisionFactor(factor); }
+    double precisionFactor() const { return m_refinement.precisionFactor(); }
+    /// A press of `key` during a drag calls `cancelDrag()` and is marked
+    /// handled; 0 (the default) is none. The same key as the activation key
+    /// still permits the next press. osgViewer quits on Escape by default: a
+    /// host that cancels with Escape calls `setKeyEventSetsDone(0)` on its
+    /// viewer.
+    void setCancelKey(int key) { m_cancel.setKey(key); }
+    int cancelKey() const { return m_cancel.key(); }
+
 signals:
     /// A handle of a frame dragger was pressed (twice per press).
     void signalPoseClicked();
@@ -189,6 +224,8 @@ private:
     void followReceiver();
     void alignWith(const osg::Matrixd& receiverMatrix);
     void projectPointer(const osgGA::GUIEventAdapter& event);
+    void snapMotion(const osgGA::GUIEventAdapter& event);
+    bool keyDuringDrag(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action);
 
     osg::ref_ptr<Rk::DraggerReceiver> m_receiver;
     int m_dragMode;
@@ -204,6 +241,8 @@ private:
     bool m_receiverUpdate;
     bool m_receiverFollow;
     FollowAgreement m_followAgreement;
+    DragRefinement m_refinement;
+    DragCancel m_cancel;
 };
 
 } // namespace Rk
