@@ -35,8 +35,6 @@ void RingTurn::press(const osgManipulator::PointerInfo& pointer, const osg::Matr
     m_radius = ringRadius;
     osg::Vec3d direction = ray->to - ray->from;
     direction.normalize();
-    fprintf(stderr, "PRESS dir %g %g %g grab %g %g %g\n", direction.x(), direction.y(),
-            direction.z(), grabbedLocal.x(), grabbedLocal.y(), grabbedLocal.z());
     if (std::abs(direction.z()) >= std::sin(osg::DegreesToRadians(EDGE_ON_DEGREES)))
         pressRoundCentre(*ray, direction);
     else
