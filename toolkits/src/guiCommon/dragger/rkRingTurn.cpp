@@ -112,9 +112,6 @@ std::optional<double> RingTurn::turnRoundCentre(const Ray& ray)
     // After a press at the centre the first defined angle stands in for the press's.
     if (!m_pressAngle)
         m_pressAngle = angle;
-    fprintf(stderr, "press %g now %g from %g %g %g to %g %g %g\n", *m_pressAngle * 57.3,
-            *angle * 57.3, ray.from.x(), ray.from.y(), ray.from.z(), ray.to.x(), ray.to.y(),
-            ray.to.z());
     return wrapped(*angle - *m_pressAngle);
 }
 
