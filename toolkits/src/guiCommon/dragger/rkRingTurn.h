@@ -35,7 +35,9 @@ namespace Rk {
 ///   centre swings wildly): the turn is the pointer's motion along the screen
 ///   image of the ring's tangent at the grabbed point, divided by how fast the
 ///   grabbed point moves on screen per radian, so that the grabbed point
-///   follows the pointer at the press. Near the ends of an edge-on ring, where
+///   follows the pointer at the press (to first order: a ring seen exactly
+///   edge-on and traced through 30 degrees round its nearest point turns
+///   about 28 to 30 degrees). Near the ends of an edge-on ring, where
 ///   that speed falls to nothing, it is taken as at least
 ///   `MIN_TANGENT_SPEED` ring radii per radian.
 ///
@@ -52,7 +54,7 @@ namespace Rk {
 ///   angle of the first pointer outside that zone counts as the press's;
 /// - the camera inside the ring (parts of it behind the camera): the angle
 ///   round the centre stays defined and continuous for every ray, and the
-///   ring points in view stay under the pointer.
+///   ring points in view stay under the pointer;
 /// - a grabbed point on the axis of an edge-on ring (it has no tangent):
 ///   the slowest speed along the ring's image is assumed.
 /// Every answer is finite and lies in (-pi, pi]; a pointer passing through
