@@ -1,5 +1,6 @@
 // One drag step: one drag event through the viewer's event traversal while a
-// drag of the X arrow is under way, back and forth between two points on it.
+// drag of the X arrow (or the Z ring) is under way, back and forth between two
+// points on it.
 #include "rkBenchScenes.h"
 
 #include "rkDraggerDlg.h"
@@ -10,6 +11,9 @@
 namespace {
 
 using namespace RkBench;
+
+// How far the ring benchmark turns the Z ring each step (10 degrees).
+const double kRingDragRadians = osg::DegreesToRadians(10.0);
 
 /// What else runs after each drag event (the dialog benchmark lets Qt paint).
 using AfterStep = void (*)();
@@ -52,6 +56,27 @@ void frameDragStep(benchmark::State& state, bool valueOnRelease)
     dragSteps(state, harness, dragger->translateDragger()->xDragger());
 }
 
+/// Presses the Z ring, then times one drag event per iteration, back and
+/// forth along the ring's image; releases after the loop.
+void ringDragSteps(benchmark::State& state, RkTest::ViewerHarness& harness, osg::Node* ring)
+{
+    const osg::Vec3d grabbed = frameZRingPoint();
+    if (!checkHandleUnder(state, harness, grabbed, ring))
+        return;
+    const osg::Vec2d from = harness.project(grabbed);
+    const osg::Vec2d to = harness.project(osg::Quat(kRingDragRadians, osg::Z_AXIS) * grabbed);
+    harness.press(from);
+    bool forth = true;
+    for (auto _ : state) {
+        if (!harness.drag(forth ? to : from)) {
+            state.SkipWithError("the drag was not handled");
+            break;
+        }
+        forth = !forth;
+    }
+    harness.release(from);
+}
+
 // Live: every drag event writes the receiver and emits signalPoseChanged.
 void BM_DragStep_FrameLive(benchmark::State& state)
 {
@@ -65,6 +90,18 @@ void BM_DragStep_FrameDeferred(benchmark::State& state)
     frameDragStep(state, true);
 }
 BENCHMARK(BM_DragStep_FrameDeferred);
+
+// The same live drag on the Z ring: the turn worked out from the press and
+// the pointer, to compare with the arrow's step above.
+void BM_DragStep_FrameLiveRing(benchmark::State& state)
+{
+    RkTest::ViewerHarness harness(kEye);
+    PoseStore store;
+    osg::ref_ptr<Rk::FrameDragger> dragger = makeFrameDragger(store.makeReceiver());
+    harness.root()->addChild(dragger.get());
+    ringDragSteps(state, harness, dragger->rotateDragger()->zDragger());
+}
+BENCHMARK(BM_DragStep_FrameLiveRing);
 
 void BM_DragStep_StockTranslate(benchmark::State& state)
 {

@@ -177,8 +177,9 @@ TEST_F(CompositeEventLoop, ProjectionMeasuresDownwardYFromTheTopOfTheRange)
     drag->setX(300);
     drag->setY(100);
     EXPECT_TRUE(dragger->handle(*drag, view.viewer()));
-    // The harness takes y downwards: window point (300, 500 up) is 100 down.
-    const osg::Vec3d expected = view.unproject(osg::Vec2d(300, ViewerHarness::HEIGHT - 500),
+    // The harness takes window rows downwards: window point (300, 500 up) is
+    // row HEIGHT - 1 - 500 down.
+    const osg::Vec3d expected = view.unproject(osg::Vec2d(300, ViewerHarness::HEIGHT - 1 - 500),
                                                osg::Vec3d(), osg::Vec3d(0, 1, 0));
     const osg::Vec3d nearPoint = dragger->nearPoints.back();
     const osg::Vec3d eye(0, -5, 0);

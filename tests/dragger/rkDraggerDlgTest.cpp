@@ -2,6 +2,7 @@
 #include "rkDraggerDlg.h"
 
 #include "rkFrameDragger.h"
+#include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
 #include "rkRenderTypes.h"
 #include "rkViewerHarness.h"
@@ -431,12 +432,21 @@ TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick
     EXPECT_TRUE(dragger->receiverFollow()); // the dialog leaves it to the host
     dragger->setReceiverFollow(false);      // as a host does while "Custom" is on
 
-    // The user turns the Z ring, seen from above; the host's pose stays.
+    // The user turns the Z ring by 30 degrees in six events, seen from above
+    // at a slant; the host's pose stays.
     harness.lookAt(osg::Vec3d(1.0, -2.0, 3.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
-    harness.dragFromTo(harness.project(onZRing(-osg::PI_4)), harness.project(onZRing(0.0)));
+    RkTest::turnAlong(
+        harness,
+        [&](double degrees) { return harness.project(onZRing(osg::DegreesToRadians(degrees))); },
+        -45.0, -15.0, true, 6);
     harness.frame();
     const osg::Quat turn = dragger->getMatrix().getRotate();
-    EXPECT_GT(turn.asVec4().z(), 0.1); // turned and kept after the release
+    // Turned about Z by the traced angle, and kept after the release.
+    double turnedRadians = 0.0;
+    osg::Vec3d turnAxis;
+    turn.getRotate(turnedRadians, turnAxis);
+    EXPECT_NEAR(osg::RadiansToDegrees(turnedRadians), 30.0, 1.0);
+    EXPECT_GT(turnAxis.z(), 0.999);
     EXPECT_TRUE(plugin.poseWrites.empty());
 
     QTest::mouseClick(connectButton, Qt::LeftButton);

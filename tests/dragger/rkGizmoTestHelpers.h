@@ -9,6 +9,7 @@
 #include <osg/Node>
 #include <osg/ref_ptr>
 
+#include <functional>
 #include <vector>
 
 namespace RkTest {
@@ -59,19 +60,25 @@ const osg::Vec3d kAxes[3] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS};
 /// osgManipulator's default pick colour of its one-axis draggers.
 const osg::Vec4 kPickYellow(1.0f, 1.0f, 0.0f, 1.0f);
 
-/// Turns a ring from `from` to `to` degrees: the window points of three
-/// equal steps are taken from `at` before the press (the ring moves with the
-/// pose), then pressed, dragged through and released unless `release` is false.
+/// Turns a ring from `from` to `to` degrees in `events` equal drag events:
+/// the window points are all taken from `at` before the press (the ring
+/// moves with the pose), then pressed, dragged through and released unless
+/// `release` is false. `afterEach`, if given, runs after every drag event.
 template <typename At>
-void turnAlong(ViewerHarness& harness, At at, double from, double to, bool release = true)
+void turnAlong(ViewerHarness& harness, At at, double from, double to, bool release = true,
+               int events = 3, const std::function<void()>& afterEach = {})
 {
-    const double step = (to - from) / 3;
-    const osg::Vec2d points[] = {at(from), at(from + step), at(from + 2 * step), at(to)};
-    harness.press(points[0]);
-    for (int i = 1; i < 4; ++i)
+    std::vector<osg::Vec2d> points;
+    for (int i = 0; i <= events; ++i)
+        points.push_back(at(from + (to - from) * i / events));
+    harness.press(points.front());
+    for (int i = 1; i <= events; ++i) {
         harness.drag(points[i]);
+        if (afterEach)
+            afterEach();
+    }
     if (release)
-        harness.release(points[3]);
+        harness.release(points.back());
 }
 
 } // namespace RkTest

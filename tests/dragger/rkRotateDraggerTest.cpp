@@ -1,4 +1,5 @@
 #include "rkRotateDragger.h"
+#include "rkFinite.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkViewerHarness.h"
 
@@ -10,6 +11,8 @@
 #include <osgUtil/LineSegmentIntersector>
 
 #include <cmath>
+#include <functional>
+#include <limits>
 
 using Rk::Composite3DDragger;
 using Rk::RotateDragger;
@@ -40,6 +43,15 @@ protected:
                                dragger->getMatrix());
     }
 
+    /// The direction `inRing`, given in the frame of the ring of `axis`, in world.
+    osg::Vec3d worldDirection(int axis, const osg::Vec3d& inRing) const
+    {
+        osg::Vec3d direction = osg::Matrixd::transform3x3(
+            inRing,
+            osg::computeLocalToWorld(dragger->getDragger(axis)->getParentalNodePaths().front()));
+        direction.normalize();
+        return direction;
+    }
     /// Looks at the dragger from a little off the axis of `axis`: the ring is
     /// seen nearly face-on, and osgManipulator projects the pointer on the
     /// ring's plane, so that the ring follows the pointer round.
@@ -223,4 +235,210 @@ TEST_F(RotateDraggerTest, RingPicksAreTheSameWithAndWithoutThePickTorusKdTree)
     }
     // The grid really probes the rings, not only empty space.
     EXPECT_GT(raysWithHits, rays / 2);
+}
+
+namespace {
+
+// A pick tube of a few pixels, so that a press at a ring point of a small
+// ring surely finds it; the turn is the matter here.
+const float kThickPickTube = 0.04f;
+
+/// A rotate dragger on its own, at `scale`, its rings kept at a constant
+/// size on screen or not, seen from `distance` away.
+struct RingScene
+{
+    RingScene(ViewerHarness& harness, double scale, bool autoScaled, double distance,
+              float pickTube = kThickPickTube)
+        : harness(harness), dragger(new RotateDragger(store.makeReceiver(), autoScaled))
+    {
+        dragger->setGeometryProperties(pickTube, kRingRadius);
+        dragger->setupDefaultGeometry();
+        dragger->setScale(scale);
+        dragger->showDraggers(true);
+        if (autoScaled) {
+            // What the cull would make of the chain: a ring radius of 25
+            // pixels at the dragger's distance (30 degree field of view).
+            const double pixelSize =
+                2.0 * distance * std::tan(osg::DegreesToRadians(15.0)) / ViewerHarness::HEIGHT;
+            auto* antiSquish = static_cast<osg::Group*>(dragger->getChild(0));
+            static_cast<osg::AutoTransform*>(antiSquish->getChild(0))->setScale(pixelSize / scale);
+        }
+        harness.root()->addChild(dragger.get());
+    }
+    ~RingScene() { harness.root()->removeChild(dragger.get()); }
+
+    /// The ring of `axis` turned to `localDegrees` about its own axis, in world.
+    osg::Vec3d ringPoint(int axis, double localDegrees) const
+    {
+        const double radians = osg::DegreesToRadians(localDegrees);
+        const osgManipulator::Dragger* ring = dragger->getDragger(axis);
+        return osg::Vec3d(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0) *
+               osg::computeLocalToWorld(ring->getParentalNodePaths().front());
+    }
+    /// The direction `inRing`, given in the frame of the ring of `axis`, in world.
+    osg::Vec3d worldDirection(int axis, const osg::Vec3d& inRing) const
+    {
+        osg::Vec3d direction = osg::Matrixd::transform3x3(
+            inRing,
+            osg::computeLocalToWorld(dragger->getDragger(axis)->getParentalNodePaths().front()));
+        direction.normalize();
+        return direction;
+    }
+    /// Looks at the dragger from `elevationDegrees` above the plane of the
+    /// ring of `axis`, from `azimuthDegrees` round its axis.
+    void lookAtRing(int axis, double elevationDegrees, double azimuthDegrees, double distance)
+    {
+        const double elevation = osg::DegreesToRadians(elevationDegrees);
+        const double azimuth = osg::DegreesToRadians(azimuthDegrees);
+        const osg::Vec3d eyeInRing(std::cos(elevation) * std::cos(azimuth),
+                                   std::cos(elevation) * std::sin(azimuth), std::sin(elevation));
+        const osg::Vec3d up = std::abs(eyeInRing.z()) > 0.99 ? osg::Y_AXIS : osg::Z_AXIS;
+        harness.lookAt(worldDirection(axis, eyeInRing) * distance, osg::Vec3d(),
+                       worldDirection(axis, up));
+    }
+    /// Traces the ring's image from `from` to `to` degrees in `events` drag
+    /// events, without releasing, and keeps the command value after each.
+    std::vector<double> trace(int axis, double from, double to, int events)
+    {
+        std::vector<double> turns;
+        turnAlong(
+            harness, [&](double degrees) { return harness.project(ringPoint(axis, degrees)); },
+            from, to, false, events, [&] { turns.push_back(dragger->commandValue()); });
+        return turns;
+    }
+
+    ViewerHarness& harness;
+    PoseStore store;
+    osg::ref_ptr<RotateDragger> dragger;
+};
+
+const double kViewDistance = 5.0;
+const double kMostPerSlowEvent = 3.0;
+
+} // namespace
+
+TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingAndSize)
+{
+    struct Size
+    {
+        const char* name;
+        double scale;
+        bool autoScaled;
+    };
+    const Size sizes[] = {{"scale 1", 1.0, false},
+                          {"scale 0.3", 0.3, false},
+                          {"kept on screen, scale 0.3", 0.3, true}};
+    const double elevations[] = {5.0, 10.0, 33.0, 60.0, 90.0};
+    const int eventCounts[] = {1, 6, 30};
+    const double azimuth = -45.0;
+    ViewerHarness harness;
+    for (const Size& size : sizes) {
+        for (int axis = 0; axis < 3; ++axis) {
+            for (double elevation : elevations) {
+                for (int events : eventCounts) {
+                    SCOPED_TRACE(testing::Message()
+                                 << size.name << ", axis " << axis << ", " << elevation
+                                 << " degrees above, " << events << " events");
+                    RingScene scene(harness, size.scale, size.autoScaled, kViewDistance);
+                    scene.lookAtRing(axis, elevation, azimuth, kViewDistance);
+                    // The near half of the ring, where no other ring crosses it.
+                    const std::vector<double> turns =
+                        scene.trace(axis, azimuth - 15.0, azimuth + 15.0, events);
+                    EXPECT_EQ(scene.dragger->activeAxis(), axis);
+                    EXPECT_NEAR(osg::RadiansToDegrees(turns.back()), 30.0, 1.0);
+                    // A slow drag (one degree of the ring per event) never jumps.
+                    double before = 0.0;
+                    for (size_t i = 0; events == 30 && i < turns.size(); ++i) {
+                        EXPECT_LE(std::abs(osg::RadiansToDegrees(turns[i] - before)),
+                                  kMostPerSlowEvent);
+                        before = turns[i];
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
+{
+    const osg::Vec2d nowhere(std::nan(""), std::numeric_limits<double>::infinity());
+    struct Case
+    {
+        const char* name;
+        double scale;
+        double elevation;
+        float pickTube;
+        /// The window points of the press and the drags.
+        std::function<std::vector<osg::Vec2d>(RingScene&)> path;
+        double finalDegrees;
+        double finalTolerance;
+        double mostPerEvent;
+    };
+    auto arc = [](RingScene& scene, double from, double to, int events) {
+        std::vector<osg::Vec2d> points;
+        for (int i = 0; i <= events; ++i)
+            points.push_back(
+                scene.harness.project(scene.ringPoint(2, from + (to - from) * i / events)));
+        return points;
+    };
+    const Case cases[] = {
+        {"press at the centre of a face-on ring, then round it", 1.0, 90.0, 0.6f,
+         [&](RingScene& scene) {
+             // Only the Z ring's torus, thick enough to cover its centre.
+             scene.dragger->xDragger()->setNodeMask(0);
+             scene.dragger->yDragger()->setNodeMask(0);
+             std::vector<osg::Vec2d> points{scene.harness.project(osg::Vec3d())};
+             for (const osg::Vec2d& point : arc(scene, 0.0, 30.0, 6))
+                 points.push_back(point);
+             return points;
+         },
+         30.0, 1.0, 6.0},
+        {"pointer straight through the centre", 1.0, 90.0, kThickPickTube,
+         [&](RingScene& scene) {
+             std::vector<osg::Vec2d> points;
+             const osg::Vec2d from = scene.harness.project(scene.ringPoint(2, -45.0));
+             const osg::Vec2d to = scene.harness.project(scene.ringPoint(2, 135.0));
+             for (int i = 0; i <= 9; ++i)
+                 points.push_back(from + (to - from) * (i / 9.0));
+             return points;
+         },
+         180.0, 1.0, 181.0},
+        {"ring exactly edge-on", 1.0, 0.0, kThickPickTube,
+         [&](RingScene& scene) { return arc(scene, -60.0, -30.0, 6); }, 30.0, 3.0, 10.0},
+        {"camera inside the ring", 20.0, 30.0, kThickPickTube,
+         [&](RingScene& scene) {
+             osg::Vec3d eye, centre, up;
+             scene.harness.viewer().getCamera()->getViewMatrixAsLookAt(eye, centre, up);
+             scene.harness.lookAt(eye, scene.ringPoint(2, 135.0), osg::Z_AXIS);
+             return arc(scene, 120.0, 150.0, 6);
+         },
+         30.0, 1.0, 10.0},
+        {"non-finite pointer positions", 1.0, 33.0, kThickPickTube,
+         [&](RingScene& scene) {
+             std::vector<osg::Vec2d> points = arc(scene, -60.0, -45.0, 3);
+             points.insert(points.end(), {nowhere, nowhere});
+             for (const osg::Vec2d& point : arc(scene, -45.0, -30.0, 3))
+                 points.push_back(point);
+             return points;
+         },
+         30.0, 1.0, 10.0},
+    };
+    ViewerHarness harness;
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.name);
+        RingScene scene(harness, row.scale, false, kViewDistance, row.pickTube);
+        scene.lookAtRing(2, row.elevation, -45.0, kViewDistance);
+        const std::vector<osg::Vec2d> points = row.path(scene);
+        EXPECT_TRUE(harness.press(points.front()));
+        double before = 0.0;
+        for (size_t i = 1; i < points.size(); ++i) {
+            harness.drag(points[i]);
+            const double turn = osg::RadiansToDegrees(scene.dragger->commandValue());
+            ASSERT_TRUE(Rk::isFinite(scene.dragger->getMatrix())) << "event " << i;
+            EXPECT_LE(std::abs(turn - before), row.mostPerEvent) << "event " << i;
+            before = turn;
+        }
+        EXPECT_NEAR(std::abs(before), row.finalDegrees, row.finalTolerance);
+        harness.release(points.back());
+    }
 }

@@ -18,6 +18,17 @@ ViewerHarness::ViewerHarness(const osg::Vec3d& eye)
     frame();
 }
 
+namespace {
+
+/// Between y counted down from the top and y counted up from the bottom: the
+/// viewer's event traversal takes a y-down window row r to HEIGHT - 1 - r.
+double windowRowFlip(double y)
+{
+    return ViewerHarness::HEIGHT - 1 - y;
+}
+
+} // namespace
+
 void ViewerHarness::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up)
 {
     m_viewer->getCamera()->setViewMatrixAsLookAt(eye, center, up);
@@ -29,7 +40,7 @@ osg::Vec2d ViewerHarness::project(const osg::Vec3d& world) const
     const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
                                   camera->getViewport()->computeWindowMatrix();
     const osg::Vec3d window = world * toWindow;
-    return osg::Vec2d(window.x(), HEIGHT - window.y());
+    return osg::Vec2d(window.x(), windowRowFlip(window.y()));
 }
 
 osg::Vec3d ViewerHarness::unproject(const osg::Vec2d& window, const osg::Vec3d& onPlane,
@@ -39,7 +50,7 @@ osg::Vec3d ViewerHarness::unproject(const osg::Vec2d& window, const osg::Vec3d& 
     const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
                                   camera->getViewport()->computeWindowMatrix();
     const osg::Matrixd fromWindow = osg::Matrixd::inverse(toWindow);
-    const double y = HEIGHT - window.y();
+    const double y = windowRowFlip(window.y());
     const osg::Vec3d nearPoint = osg::Vec3d(window.x(), y, 0.0) * fromWindow;
     const osg::Vec3d farPoint = osg::Vec3d(window.x(), y, 1.0) * fromWindow;
     const osg::Vec3d direction = farPoint - nearPoint;

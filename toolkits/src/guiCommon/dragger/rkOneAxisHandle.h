@@ -36,6 +36,22 @@ public:
             return false;
         if (!Base::handle(pointer, event, action))
             return false;
+        trackDrag(event);
+        return true;
+    }
+
+protected:
+    template <class... BaseArgs>
+    explicit OneAxisHandle(bool keepPickColor, const BaseArgs&... baseArgs)
+        : Base(baseArgs...), m_keepPickColor(keepPickColor), m_pickingEnabled(true)
+    {
+    }
+    ~OneAxisHandle() override = default;
+
+    /// The active flag and the kept pick colour after a press or release
+    /// that this handle accepted (by `Base` or by a handle's own motion).
+    void trackDrag(const osgGA::GUIEventAdapter& event)
+    {
         switch (event.getEventType()) {
         case osgGA::GUIEventAdapter::PUSH:
             this->setDraggerActive(true);
@@ -50,16 +66,7 @@ public:
         default:
             break;
         }
-        return true;
     }
-
-protected:
-    template <class... BaseArgs>
-    explicit OneAxisHandle(bool keepPickColor, const BaseArgs&... baseArgs)
-        : Base(baseArgs...), m_keepPickColor(keepPickColor), m_pickingEnabled(true)
-    {
-    }
-    ~OneAxisHandle() override = default;
 
 private:
     bool m_keepPickColor;

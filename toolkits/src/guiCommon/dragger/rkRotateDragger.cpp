@@ -18,6 +18,72 @@ void Rotate1DDragger::setProjectionRadius(float radius)
     _projector->setCylinder(cylinder);
 }
 
+bool Rotate1DDragger::handle(const osgManipulator::PointerInfo& pointer,
+                             const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
+{
+    if (!pickingEnabled() || !pointer.contains(this))
+        return false;
+    switch (event.getEventType()) {
+    case osgGA::GUIEventAdapter::PUSH:
+        pressRing(pointer);
+        break;
+    case osgGA::GUIEventAdapter::DRAG:
+        dragRing(pointer);
+        break;
+    case osgGA::GUIEventAdapter::RELEASE:
+        releaseRing();
+        break;
+    default:
+        return false;
+    }
+    action.requestRedraw();
+    trackDrag(event);
+    return true;
+}
+
+void Rotate1DDragger::pressRing(const osgManipulator::PointerInfo& pointer)
+{
+    _startLocalToWorld = pickedLocalToWorld(pointer);
+    _startWorldToLocal = osg::Matrixd::inverse(_startLocalToWorld);
+    m_turn.press(pointer, _startLocalToWorld, _projector->getCylinder()->getRadius(),
+                 pointer.getLocalIntersectPoint());
+    dispatchTurn(osgManipulator::MotionCommand::START, osg::Quat());
+    osgManipulator::setMaterialColor(getPickColor(), *this);
+}
+
+void Rotate1DDragger::dragRing(const osgManipulator::PointerInfo& pointer)
+{
+    if (const std::optional<double> turn = m_turn.turnRadians(pointer))
+        dispatchTurn(osgManipulator::MotionCommand::MOVE, osg::Quat(*turn, osg::Z_AXIS));
+}
+
+void Rotate1DDragger::releaseRing()
+{
+    dispatchTurn(osgManipulator::MotionCommand::FINISH, osg::Quat());
+    osgManipulator::setMaterialColor(getColor(), *this);
+}
+
+osg::Matrixd Rotate1DDragger::pickedLocalToWorld(const osgManipulator::PointerInfo& pointer) const
+{
+    // The picked path down to this ring, with the scale that any auto-scaling
+    // transform above it had for the pick.
+    const osg::NodePath& picked = pointer._hitIter->first;
+    for (auto node = picked.begin(); node != picked.end(); ++node)
+        if (*node == this)
+            return osg::computeLocalToWorld(osg::NodePath(picked.begin(), node + 1));
+    return osg::computeLocalToWorld(picked);
+}
+
+void Rotate1DDragger::dispatchTurn(osgManipulator::MotionCommand::Stage stage,
+                                   const osg::Quat& rotation)
+{
+    osg::ref_ptr<osgManipulator::Rotate3DCommand> command = new osgManipulator::Rotate3DCommand;
+    command->setStage(stage);
+    command->setLocalToWorldAndWorldToLocal(_startLocalToWorld, _startWorldToLocal);
+    command->setRotation(rotation);
+    dispatch(*command);
+}
+
 RotateDragger::RotateDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScreen)
     : ThreeAxisDragger(receiver, ROTATION_DRAG_MODE), m_ringRadius(DEFAULT_RING_RADIUS),
       m_pickTubeRadius(DEFAULT_PICK_TUBE_RADIUS)

@@ -2,8 +2,10 @@
 #define RK_ROTATE_DRAGGER_H
 
 #include "rkOneAxisHandle.h"
+#include "rkRingTurn.h"
 #include "rkThreeAxisDragger.h"
 
+#include <osgManipulator/Command>
 #include <osgManipulator/RotateCylinderDragger>
 
 namespace Rk {
@@ -13,18 +15,50 @@ namespace Rk {
 /// switch, the kept pick colour and the active flag of `OneAxisHandle`. Its
 /// pick colour stays osgManipulator's default; its geometry comes from
 /// `RotateDragger`.
+///
+/// The turn follows the pointer exactly: from the press on, the angle turned
+/// is worked out by `RingTurn` from the press and the current pointer alone,
+/// in the ring's frame at the press (`localToWorld` of the picked node path,
+/// so a keep-the-size-on-screen chain above the ring counts as the pick saw
+/// it). The grabbed point stays under the pointer while the pointer is on the
+/// ring's image, and the turn is the same however many drag events carry the
+/// pointer there. The base's cylinder projector is not used for the turn,
+/// because it accumulates a turn from one event to the next on a cylinder or
+/// plane whose answer depends on the step, and can even turn the wrong way.
+/// The motion commands stay osgManipulator's: a `Rotate3DCommand` at the
+/// press (start), at each drag event with a defined turn (move, the rotation
+/// about Z since the press) and at the release (finish), in the frame at the
+/// press. A drag event without a defined turn (see `RingTurn`) sends
+/// nothing, so the pose stays where the last one left it.
 class Rotate1DDragger : public OneAxisHandle<osgManipulator::RotateCylinderDragger>
 {
 public:
     explicit Rotate1DDragger(bool keepPickColor);
 
-    /// Projects the pointer on a cylinder of `radius` about the handle's Z
-    /// (osgManipulator's default is 1), so that a ring of that radius turns
-    /// by the angle the pointer travels round it.
+    /// Sets the ring's radius in the handle's own frame (osgManipulator's
+    /// default is 1), kept as the radius of the base's cylinder projector:
+    /// the turn takes the size of its hold zone round the centre and its
+    /// slowest edge-on speed from it.
     void setProjectionRadius(float radius);
+
+    /// False while picking is disabled or when the pointer's node path does
+    /// not hold this ring; otherwise turns the parent dragger as described
+    /// above, tracks the active flag and shows the pick colour from the
+    /// press to the release.
+    bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
+                osgGA::GUIActionAdapter& action) override;
 
 protected:
     ~Rotate1DDragger() override;
+
+private:
+    void pressRing(const osgManipulator::PointerInfo& pointer);
+    void dragRing(const osgManipulator::PointerInfo& pointer);
+    void releaseRing();
+    osg::Matrixd pickedLocalToWorld(const osgManipulator::PointerInfo& pointer) const;
+    void dispatchTurn(osgManipulator::MotionCommand::Stage stage, const osg::Quat& rotation);
+
+    RingTurn m_turn;
 };
 
 /// The three-axis rotation manipulator: rings about X (red), Y (green) and Z
