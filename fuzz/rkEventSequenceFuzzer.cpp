@@ -1,7 +1,8 @@
 // Feeds a frame dragger with a receiver and a bound dialog, inside a real
 // viewer, arbitrary sequences of pointer, key, frame and scroll events mixed
 // with host writes (NaN and infinities included), scales, visibility,
-// enabling, value-on-release and alignment toggles, and dialog rebinding.
+// enabling, value-on-release and alignment toggles, dialog rebinding, and
+// the pick tolerance, hover highlight and view angle limit.
 //
 // Checked for every input, besides what the sanitizers catch (crashes,
 // undefined behaviour, leaks):
@@ -136,7 +137,7 @@ public:
 
     void step(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 17)) {
+        switch (data.ConsumeIntegralInRange(0, 18)) {
         case 0:
             m_view.press(position(data), data.ConsumeIntegralInRange(1, 4));
             break;
@@ -185,6 +186,9 @@ public:
         case 16:
             typePose(data);
             break;
+        case 17:
+            handlingAids(data);
+            break;
         default:
             rebind(data);
             break;
@@ -192,6 +196,22 @@ public:
     }
 
 private:
+    /// Pick tolerance, hover highlight and view angle limit, bad values included.
+    void handlingAids(FuzzedDataProvider& data)
+    {
+        switch (data.ConsumeIntegralInRange(0, 2)) {
+        case 0:
+            m_dragger->setPickTolerance(specialOrPlain(data, -2.0, 40.0));
+            break;
+        case 1:
+            m_dragger->setHoverHighlight(data.ConsumeBool());
+            break;
+        default:
+            m_dragger->setViewAngleLimit(specialOrPlain(data, -10.0, 120.0));
+            break;
+        }
+    }
+
     template <typename Widget> Widget* dialogChild(const char* name)
     {
         return m_dialog->findChild<Widget*>(name);

@@ -19,6 +19,8 @@ const osg::Vec3d kEye(1.9, -2.3, 1.5);
 const osg::Vec3d kLookAt(0.25, 0.0, 0.45);
 const osg::Vec4 kSky(0.16f, 0.18f, 0.22f, 1.0f);
 const int kStatusTimeoutMs = 3000;
+// The rings' invisible pick tube, in their screen units: 3 pixels.
+const float kPickTubeRadius = 0.06f;
 
 } // namespace
 
@@ -29,6 +31,7 @@ RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent
     setCentralWidget(m_view);
     m_jogPanel = std::make_unique<RkJogPanel>(m_plugin, jogPanelImage.toStdString());
     buildScene();
+    setUpGizmoHandling();
     buildDialogDock();
     buildToolBar();
     m_plugin.setPoseListener([this](const osg::Matrixd& pose) { m_arm.setEndEffectorPose(pose); });
@@ -60,6 +63,25 @@ void RkDemoMainWindow::buildScene()
     viewer->home();
     connect(m_view, &RkOsgViewWidget::resized, this,
             [this](int width, int height) { m_jogPanel->resize(width, height); });
+}
+
+void RkDemoMainWindow::setUpGizmoHandling()
+{
+    // The rings keep a fixed size in device pixels; on a high-DPI screen they
+    // are made as much larger as the screen's pixels are smaller, and so is
+    // the tolerance, which counts the view's device pixels too.
+    const double pixelRatio = devicePixelRatioF();
+    Rk::RotateDragger* rings = m_frameDragger->rotateDragger();
+    for (unsigned int axis = 0; axis < rings->getNumDraggers(); ++axis) {
+        osg::Group* ring = rings->getDragger(axis);
+        ring->removeChildren(0, ring->getNumChildren());
+    }
+    rings->setGeometryProperties(kPickTubeRadius * float(pixelRatio),
+                                 GIZMO_RING_RADIUS * float(pixelRatio));
+    rings->setupDefaultGeometry();
+    m_frameDragger->setPickTolerance(GIZMO_PICK_TOLERANCE * pixelRatio);
+    m_frameDragger->setHoverHighlight(true);
+    m_frameDragger->setViewAngleLimit(GIZMO_VIEW_ANGLE_LIMIT);
 }
 
 void RkDemoMainWindow::buildDialogDock()
