@@ -48,8 +48,7 @@ void BM_HoverMove_FrameXArrow(benchmark::State& state)
         draggers.back()->setMatrix(stores[i].pose);
         harness.root()->addChild(draggers.back().get());
     }
-    const osg::Vec2d points[] = {harness.project(kXArrowPoint),
-                                 harness.project(kXArrowDragPoint)};
+    const osg::Vec2d points[] = {harness.project(kXArrowPoint), harness.project(kXArrowDragPoint)};
     harness.move(points[0]);
     if (draggers[0]->hoveredHandle() != draggers[0]->translateDragger()->xDragger()) {
         state.SkipWithError("the X arrow is not highlighted");

@@ -274,9 +274,11 @@ void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
 
 bool HandleShapes::nearOwner(const Projection& projection, double pixels) const
 {
+    // Without a bound yet (screen-scaled handles before their first cull)
+    // nothing can be ruled out.
     const osg::BoundingSphere& bound = m_owner.getBound();
     if (!bound.valid())
-        return false;
+        return true;
     const osg::Matrixd toWorld = parentToWorld(m_owner);
     const osg::Vec3d scale = toWorld.getScale();
     const double radius = bound.radius() * std::max({scale.x(), scale.y(), scale.z()});
