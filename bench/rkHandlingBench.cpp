@@ -33,15 +33,17 @@ osg::Vec2d besideXArrow(RkTest::ViewerHarness& harness, double pixels)
     return at + osg::Vec2d(-along.y(), along.x()) * pixels;
 }
 
-// Argument: the number of gizmos in the scene, each with the hover on; the
-// pointer moves back and forth along the first one's X arrow.
+// Argument 0: the number of gizmos in the scene; argument 1: whether their
+// hover is on. The pointer moves back and forth along the first one's X arrow.
 void BM_HoverMove_FrameXArrow(benchmark::State& state)
 {
+    const bool hover = state.range(1) != 0;
     RkTest::ViewerHarness harness(kEye);
     std::vector<PoseStore> stores(std::size_t(state.range(0)));
     std::vector<osg::ref_ptr<Rk::FrameDragger>> draggers;
     for (std::size_t i = 0; i < stores.size(); ++i) {
         draggers.push_back(makeAidedDragger(stores[i]));
+        draggers.back()->setHoverHighlight(hover);
         const double row = double(i / 10);
         const double column = double(i % 10);
         stores[i].pose.makeTranslate(-kSpacing * column, kSpacing * row, -kSpacing * row);
@@ -50,7 +52,7 @@ void BM_HoverMove_FrameXArrow(benchmark::State& state)
     }
     const osg::Vec2d points[] = {harness.project(kXArrowPoint), harness.project(kXArrowDragPoint)};
     harness.move(points[0]);
-    if (draggers[0]->hoveredHandle() != draggers[0]->translateDragger()->xDragger()) {
+    if (hover && draggers[0]->hoveredHandle() != draggers[0]->translateDragger()->xDragger()) {
         state.SkipWithError("the X arrow is not highlighted");
         return;
     }
@@ -60,7 +62,12 @@ void BM_HoverMove_FrameXArrow(benchmark::State& state)
         next = 1 - next;
     }
 }
-BENCHMARK(BM_HoverMove_FrameXArrow)->Arg(1)->Arg(100)->ArgName("draggers");
+BENCHMARK(BM_HoverMove_FrameXArrow)
+    ->Args({1, 1})
+    ->Args({100, 1})
+    ->Args({1, 0})
+    ->Args({100, 0})
+    ->ArgNames({"draggers", "hover"});
 
 void BM_PressRelease_FrameXArrowBeside(benchmark::State& state)
 {

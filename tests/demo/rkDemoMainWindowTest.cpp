@@ -115,7 +115,8 @@ TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
     double turned = 0.0;
     osg::Vec3d axis;
     (start.inverse() * window->plugin().endEffectorPose().getRotate()).getRotate(turned, axis);
-    EXPECT_GT(turned, osg::DegreesToRadians(20.0));
+    // Seen at a slant, the ring turns less than the pointer travels round it.
+    EXPECT_GT(turned, osg::DegreesToRadians(10.0));
     EXPECT_NEAR((hostPosition() - startPosition).length(), 0.0, 1e-6);
 }
 
