@@ -8,6 +8,7 @@
 // rebuilt, hidden and disabled between events, and a second viewer shows the
 // same scene from elsewhere and gets pointer events of its own: all draggers
 // share one scene pick per event and view.
+// It also sets the pick tolerance, hover highlight and view angle limit.
 //
 // Checked for every input, besides what the sanitizers catch (crashes,
 // undefined behaviour, leaks):
@@ -149,7 +150,7 @@ public:
 
     void step(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 20)) {
+        switch (data.ConsumeIntegralInRange(0, 21)) {
         case 0:
             m_view.press(position(data), data.ConsumeIntegralInRange(1, 4));
             break;
@@ -207,6 +208,9 @@ public:
         case 19:
             handling(data);
             break;
+        case 20:
+            handlingAids(data);
+            break;
         default:
             rebind(data);
             break;
@@ -214,6 +218,22 @@ public:
     }
 
 private:
+    /// Pick tolerance, hover highlight and view angle limit, bad values included.
+    void handlingAids(FuzzedDataProvider& data)
+    {
+        switch (data.ConsumeIntegralInRange(0, 2)) {
+        case 0:
+            m_dragger->setPickTolerance(specialOrPlain(data, -2.0, 40.0));
+            break;
+        case 1:
+            m_dragger->setHoverHighlight(data.ConsumeBool());
+            break;
+        default:
+            m_dragger->setViewAngleLimit(specialOrPlain(data, -10.0, 120.0));
+            break;
+        }
+    }
+
     template <typename Widget> Widget* dialogChild(const char* name)
     {
         return m_dialog->findChild<Widget*>(name);

@@ -43,6 +43,18 @@ for kdtree in (0, 1):
                      f"{'with' if kdtree else 'no'} KdTrees",
                      f"BM_PressScene_FrameXArrow/{args}",
                      f"BM_PressScene_StockTranslateArrow/{args}", None))
+# The handling aids (pick tolerance 8 px, hover on).
+ROWS.append(("Hover move, 1 gizmo, vs stock arrow press + release",
+             "BM_HoverMove_FrameXArrow/draggers:1/hover:1",
+             "BM_PressRelease_StockTranslateArrow", ("ratio", 1.0)))
+ROWS.append(("Hover move, 100 gizmos vs 1 gizmo", "BM_HoverMove_FrameXArrow/draggers:100/hover:1",
+             "BM_HoverMove_FrameXArrow/draggers:1/hover:1", ("ratio", 2.0)))
+ROWS.append(("Pointer move without hover, 100 gizmos vs 1 gizmo",
+             "BM_HoverMove_FrameXArrow/draggers:100/hover:0",
+             "BM_HoverMove_FrameXArrow/draggers:1/hover:0", None))
+ROWS.append(("Press + release beside the X arrow (tolerance) vs on it",
+             "BM_PressRelease_FrameXArrowBeside", "BM_PressRelease_FrameXArrow",
+             ("ratio", 1.2)))
 ROWS.append(("setupDefaultGeometry, first frame dragger vs stock translate + trackball",
              "BM_SetupDefaultGeometry_Frame",
              "BM_SetupDefaultGeometry_StockTranslateAndTrackball", None))

@@ -33,6 +33,8 @@ const int kMainViewStretch = 3;
 const int kTopViewStretch = 2;
 const osg::Vec4 kSky(0.16f, 0.18f, 0.22f, 1.0f);
 const int kStatusTimeoutMs = 3000;
+// The rings' invisible pick tube, in their screen units: 3 pixels.
+const float kPickTubeRadius = 0.06f;
 
 } // namespace
 
@@ -43,6 +45,7 @@ RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent
     m_view->setObjectName("mainView");
     m_jogPanel = std::make_unique<RkJogPanel>(m_plugin, jogPanelImage.toStdString());
     buildScene();
+    setUpGizmoHandling();
     buildDialogDock();
     buildToolBar();
     buildEditMenu();
@@ -101,6 +104,25 @@ void RkDemoMainWindow::buildTopView(osg::Node* arm)
     views->setStretchFactor(0, kMainViewStretch);
     views->setStretchFactor(1, kTopViewStretch);
     setCentralWidget(views);
+}
+
+void RkDemoMainWindow::setUpGizmoHandling()
+{
+    // The rings keep a fixed size in device pixels; on a high-DPI screen they
+    // are made as much larger as the screen's pixels are smaller, and so is
+    // the tolerance, which counts the view's device pixels too.
+    const double pixelRatio = devicePixelRatioF();
+    Rk::RotateDragger* rings = m_frameDragger->rotateDragger();
+    for (unsigned int axis = 0; axis < rings->getNumDraggers(); ++axis) {
+        osg::Group* ring = rings->getDragger(axis);
+        ring->removeChildren(0, ring->getNumChildren());
+    }
+    rings->setGeometryProperties(kPickTubeRadius * float(pixelRatio),
+                                 GIZMO_RING_RADIUS * float(pixelRatio));
+    rings->setupDefaultGeometry();
+    m_frameDragger->setPickTolerance(GIZMO_PICK_TOLERANCE * pixelRatio);
+    m_frameDragger->setHoverHighlight(true);
+    m_frameDragger->setViewAngleLimit(GIZMO_VIEW_ANGLE_LIMIT);
 }
 
 void RkDemoMainWindow::buildDialogDock()

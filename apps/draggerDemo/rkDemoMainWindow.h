@@ -28,6 +28,13 @@ class RkDemoMainWindow : public QMainWindow
     Q_OBJECT
 
 public:
+    /// Ring radius of the gizmo in the rotate dragger's screen units (50 per
+    /// unit: 70 logical pixels), before the screen's pixel ratio.
+    static constexpr float GIZMO_RING_RADIUS = 1.4f;
+    /// Pick tolerance in logical pixels and view angle limit in degrees.
+    static constexpr double GIZMO_PICK_TOLERANCE = 8.0;
+    static constexpr double GIZMO_VIEW_ANGLE_LIMIT = 8.0;
+
     /// `jogPanelImage`: the jog panel's picture; an unreadable file leaves a
     /// plain panel without buttons.
     explicit RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent = nullptr);
@@ -60,6 +67,7 @@ private:
     void buildToolBar();
     void buildEditMenu();
     void pauseFollowWhileCustomFrameIsTurned();
+    void setUpGizmoHandling();
 
     RkDemoPlugin m_plugin;
     RkDemoArm m_arm;

@@ -17,6 +17,7 @@
 #include <QUndoStack>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <vector>
 
@@ -131,6 +132,41 @@ TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscOrARightClickCancelsTh
     QTest::qWait(kSettleMs);
     EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6) << "a right-click cancels too";
     QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(10, 10));
+}
+
+TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
+{
+    // The Z ring's window points round the tool, taken before the press (the
+    // ring turns with the pose), through the ring's real scaling chain.
+    osgManipulator::Dragger* ring = window->frameDragger()->rotateDragger()->zDragger();
+    const osg::Matrixd ringToWorld = osg::computeLocalToWorld(ring->getParentalNodePaths()[0]);
+    const double radius = RkDemoMainWindow::GIZMO_RING_RADIUS * window->devicePixelRatioF();
+    const auto onRing = [&](double degrees) {
+        const double radians = osg::DegreesToRadians(degrees);
+        return onScreen(osg::Vec3d(radius * std::cos(radians), radius * std::sin(radians), 0) *
+                        ringToWorld);
+    };
+    const osg::Quat start = window->plugin().endEffectorPose().getRotate();
+    const osg::Vec3d startPosition = hostPosition();
+    RkOsgViewWidget* view = window->view();
+    QTest::mouseMove(view, onRing(200));
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(window->frameDragger()->hoveredHandle(), ring);
+    QTest::mousePress(view, Qt::LeftButton, {}, onRing(200));
+    QTest::qWait(kSettleMs);
+    for (int degrees = 215; degrees <= 260; degrees += 15) {
+        QTest::mouseMove(view, onRing(degrees));
+        QTest::qWait(30);
+    }
+    QTest::mouseRelease(view, Qt::LeftButton, {}, onRing(260));
+    QTest::qWait(kSettleMs);
+
+    double turned = 0.0;
+    osg::Vec3d axis;
+    (start.inverse() * window->plugin().endEffectorPose().getRotate()).getRotate(turned, axis);
+    // Seen at a slant, the ring turns less than the pointer travels round it.
+    EXPECT_GT(turned, osg::DegreesToRadians(10.0));
+    EXPECT_NEAR((hostPosition() - startPosition).length(), 0.0, 1e-6);
 }
 
 TEST_F(DemoMainWindow, TypedYSticksInThePlugin)

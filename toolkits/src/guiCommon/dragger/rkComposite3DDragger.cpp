@@ -108,6 +108,8 @@ void Composite3DDragger::showDraggers(bool show)
 {
     const osg::Node::NodeMask mask = show ? DRAGGER_MASK : 0;
     setNodeMask(mask);
+    if (!show)
+        m_handlingAids.clearHover();
     for (const osg::ref_ptr<osgManipulator::Dragger>& component : _draggerList) {
         if (auto* composite = dynamic_cast<Composite3DDragger*>(component.get()))
             composite->Composite3DDragger::showDraggers(show);
@@ -145,6 +147,8 @@ void Composite3DDragger::setDraggingEnabled(bool enabled)
     if (enabled == m_draggingEnabled)
         return;
     m_draggingEnabled = enabled;
+    if (!enabled)
+        m_handlingAids.clearHover();
     emit signalDraggingEnableChanged();
 }
 
@@ -235,6 +239,7 @@ bool Composite3DDragger::handle(const osgManipulator::PointerInfo& pointer,
 bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
                                 osgGA::GUIActionAdapter& action)
 {
+    m_handlingAids.beforeEvent(event, action);
     if (!m_draggingEnabled || event.getHandled())
         return false;
     auto* view = dynamic_cast<osgViewer::View*>(&action);
@@ -246,7 +251,8 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
     bool result = false;
     switch (event.getEventType()) {
     case osgGA::GUIEventAdapter::PUSH:
-        result = dragStep(event, action, pick(event, *view, action));
+        result =
+            dragStep(event, action, pick(event, *view, action) || grabNearby(event, *view, action));
         break;
     case osgGA::GUIEventAdapter::DRAG:
     case osgGA::GUIEventAdapter::RELEASE:
@@ -267,6 +273,7 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
         setDraggerActive(false);
         _pointer.reset();
     }
+    m_handlingAids.afterEvent(event, action);
     return result;
 }
 
@@ -309,6 +316,23 @@ bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::Vi
         picked = true;
     }
     return picked;
+}
+
+bool Composite3DDragger::grabNearby(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
+                                    osgGA::GUIActionAdapter& action)
+{
+    // Taken as the pick takes a hit: the same pointer handling, with the
+    // handle's nearest point as the hit.
+    HandlingAids::Grab grab;
+    if (!m_handlingAids.nearbyGrab(event, view, grab))
+        return false;
+    _pointer.reset();
+    _pointer.addIntersection(grab.path, grab.localPoint);
+    _pointer.setCamera(grab.camera);
+    projectPointer(event);
+    handle(_pointer, event, action);
+    setDraggerActive(true);
+    return true;
 }
 
 bool Composite3DDragger::dragStep(const osgGA::GUIEventAdapter& event,

@@ -6,6 +6,7 @@
 #include "rkDragRefinement.h"
 #include "rkDraggerReceiver.h"
 #include "rkFollowAgreement.h"
+#include "rkHandlingAids.h"
 #include "rkHandlingSignals.h"
 
 #include <QObject>
@@ -175,6 +176,48 @@ public:
     /// viewer.
     void setCancelKey(int key) { m_cancel.setKey(key); }
     int cancelKey() const { return m_cancel.key(); }
+    /// Pick tolerance in window pixels (the pointer event's own units); 0,
+    /// the default, keeps the scene pick alone. With N > 0 a press that the
+    /// scene pick does not give to this dragger, but that lies within N
+    /// pixels of the drawn image of one of its shown handles (an arrow's
+    /// shaft or head, a ring's line and cones), takes the nearest such handle
+    /// exactly as a hit on it would, its nearest point as the grabbed point.
+    /// Nothing is taken when the pick finds another dragger, or any object in
+    /// the intersection mask nearer than that handle, under the pointer; nor
+    /// for a pointer outside the event's window range, nor through a camera
+    /// without a viewport. NaN, infinite and negative values are ignored:
+    /// the last value is kept.
+    void setPickTolerance(double pixels) { m_handlingAids.setPickTolerance(pixels); }
+    double pickTolerance() const { return m_handlingAids.pickTolerance(); }
+    /// Off by default. While on, each pointer move without a button held
+    /// (through an `osgViewer::View`; other action adapters are ignored)
+    /// paints the handle that a press there would take in yellow (1, 1, 0, 1)
+    /// and gives the handle painted before its colour back; the grabbed
+    /// handle stays yellow until its release. A move outside the window, off
+    /// every handle, over another dragger or while this one is disabled
+    /// removes the highlight; so do hiding (`showDraggers(false)`, also a
+    /// frame dragger's), disabling and switching the option off. A move while
+    /// another dragger is dragged changes nothing (it is a drag, no move).
+    /// Hovering never moves the pose, writes the receiver or handles the
+    /// event. `signalHoverChanged()` is emitted when the highlighted handle
+    /// changes, and only then.
+    void setHoverHighlight(bool highlight) { m_handlingAids.setHoverHighlight(highlight); }
+    bool hoverHighlight() const { return m_handlingAids.hoverHighlight(); }
+    /// The highlighted handle, or null.
+    osgManipulator::Dragger* hoveredHandle() const { return m_handlingAids.hoveredHandle(); }
+    /// View angle limit in degrees; 0, the default, is off. An arrow whose
+    /// axis lies within the limit of the line of sight through the dragger's
+    /// origin, and a ring whose plane lies within the limit of that line, are
+    /// drawn faded (alpha 0.2) and cannot be picked nor grabbed through the
+    /// tolerance. Decided at each frame event outside a drag (see
+    /// `HandleFader`). A limit of 90 or more fades every arrow and ring; 0
+    /// gives every faded handle back at once. NaN, infinite and negative
+    /// values are ignored: the last value is kept.
+    void setViewAngleLimit(double degrees) { m_handlingAids.setViewAngleLimit(degrees); }
+    double viewAngleLimit() const { return m_handlingAids.viewAngleLimit(); }
+    /// The drawn shapes behind the tolerance and the hover; handles of other
+    /// kinds may add their shapes there.
+    HandleShapes& handleShapes() { return m_handlingAids.shapes(); }
 
 signals:
     /// A handle of a frame dragger was pressed (twice per press).
@@ -211,6 +254,8 @@ protected:
     /// Sets the dragger's matrix to the alignment rotation followed by `pose`,
     /// multiplied in single precision.
     void setAlignedMatrix(const osg::Matrixd& pose);
+    /// Removes the hover highlight (for subclasses that hide their handles).
+    void clearHoverHighlight() { m_handlingAids.clearHover(); }
 
 private:
     friend class DraggerDlg;
@@ -219,6 +264,8 @@ private:
     bool activationPermitted(const osgGA::GUIEventAdapter& event);
     bool pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
               osgGA::GUIActionAdapter& action);
+    bool grabNearby(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
+                    osgGA::GUIActionAdapter& action);
     bool dragStep(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action,
                   bool result);
     void followReceiver();
@@ -243,6 +290,7 @@ private:
     FollowAgreement m_followAgreement;
     DragRefinement m_refinement;
     DragCancel m_cancel;
+    HandlingAids m_handlingAids{*this};
 };
 
 } // namespace Rk

@@ -53,6 +53,8 @@ void FrameDragger::showDraggers(bool show)
     m_rotateDragger->setDragMode(SHOWN_CHILD_DRAG_MODE);
     m_translateDragger->Composite3DDragger::showDraggers(show);
     m_rotateDragger->Composite3DDragger::showDraggers(show);
+    if (!show)
+        clearHoverHighlight();
 }
 
 void FrameDragger::setFromChildDraggerActive()

@@ -6,6 +6,23 @@
 
 namespace Rk {
 
+/// A switch that takes a handle out of every intersection traversal (scene
+/// picks included) while it stays drawn; off for a new handle. The view
+/// angle limit of `Rk::Composite3DDragger` uses it for faded handles.
+class PickExclusion
+{
+public:
+    void setExcludedFromPicks(bool excluded) { m_excludedFromPicks = excluded; }
+    bool excludedFromPicks() const { return m_excludedFromPicks; }
+
+protected:
+    PickExclusion() = default;
+    ~PickExclusion() = default;
+
+private:
+    bool m_excludedFromPicks = false;
+};
+
 /// What the library adds to an osgManipulator one-axis dragger (`Base` is
 /// `osgManipulator::Translate1DDragger` or `osgManipulator::RotateCylinderDragger`):
 ///
@@ -13,11 +30,12 @@ namespace Rk {
 /// - with `keepPickColor` (fixed at construction) the handle shows its pick
 ///   colour again right after a release, until its composite recolours it;
 /// - the dragger-active flag is set from a handled press to a handled
-///   release, so that the composite can tell which handle is being dragged.
+///   release, so that the composite can tell which handle is being dragged;
+/// - `PickExclusion` can hide the handle from picks while it is drawn.
 ///
 /// The handle declares no object meta-data of its own: `className()`,
 /// `libraryName()` and `cloneType()` stay those of `Base`.
-template <class Base> class OneAxisHandle : public Base
+template <class Base> class OneAxisHandle : public Base, public PickExclusion
 {
 public:
     /// Stores whether events are accepted at all; nothing else changes, a
@@ -38,6 +56,15 @@ public:
             return false;
         trackDrag(event);
         return true;
+    }
+
+    /// Intersection traversals skip the handle while it is excluded from
+    /// picks; every other traversal goes the base's way.
+    void traverse(osg::NodeVisitor& visitor) override
+    {
+        if (excludedFromPicks() && visitor.asIntersectionVisitor())
+            return;
+        Base::traverse(visitor);
     }
 
 protected:

@@ -1,0 +1,93 @@
+// The handling aids: a pointer move with the hover highlight on (one gizmo,
+// and one among a hundred), and a press taken through the pick tolerance.
+#include "rkBenchScenes.h"
+
+#include <vector>
+
+namespace {
+
+using namespace RkBench;
+
+/// The demo's settings.
+const double kTolerance = 8.0;
+/// Window pixels beside the X arrow's line: outside its pick cylinder,
+/// inside the tolerance.
+const double kBeside = 8.0;
+/// Spacing of the other gizmos, in front of and beside the measured one.
+const double kSpacing = 2.5;
+
+osg::ref_ptr<Rk::FrameDragger> makeAidedDragger(PoseStore& store)
+{
+    osg::ref_ptr<Rk::FrameDragger> dragger = makeFrameDragger(store.makeReceiver());
+    dragger->setPickTolerance(kTolerance);
+    dragger->setHoverHighlight(true);
+    return dragger;
+}
+
+/// The window point `pixels` below the image of the X arrow at `kXArrowPoint`.
+osg::Vec2d besideXArrow(RkTest::ViewerHarness& harness, double pixels)
+{
+    const osg::Vec2d at = harness.project(kXArrowPoint);
+    osg::Vec2d along = harness.project(kXArrowDragPoint) - at;
+    along.normalize();
+    return at + osg::Vec2d(-along.y(), along.x()) * pixels;
+}
+
+// Argument 0: the number of gizmos in the scene; argument 1: whether their
+// hover is on. The pointer moves back and forth along the first one's X arrow.
+void BM_HoverMove_FrameXArrow(benchmark::State& state)
+{
+    const bool hover = state.range(1) != 0;
+    RkTest::ViewerHarness harness(kEye);
+    std::vector<PoseStore> stores(std::size_t(state.range(0)));
+    std::vector<osg::ref_ptr<Rk::FrameDragger>> draggers;
+    for (std::size_t i = 0; i < stores.size(); ++i) {
+        draggers.push_back(makeAidedDragger(stores[i]));
+        draggers.back()->setHoverHighlight(hover);
+        const double row = double(i / 10);
+        const double column = double(i % 10);
+        stores[i].pose.makeTranslate(-kSpacing * column, kSpacing * row, -kSpacing * row);
+        draggers.back()->setMatrix(stores[i].pose);
+        harness.root()->addChild(draggers.back().get());
+    }
+    const osg::Vec2d points[] = {harness.project(kXArrowPoint), harness.project(kXArrowDragPoint)};
+    harness.move(points[0]);
+    if (hover && draggers[0]->hoveredHandle() != draggers[0]->translateDragger()->xDragger()) {
+        state.SkipWithError("the X arrow is not highlighted");
+        return;
+    }
+    int next = 1;
+    for (auto _ : state) {
+        harness.move(points[next]);
+        next = 1 - next;
+    }
+}
+BENCHMARK(BM_HoverMove_FrameXArrow)
+    ->Args({1, 1})
+    ->Args({100, 1})
+    ->Args({1, 0})
+    ->Args({100, 0})
+    ->ArgNames({"draggers", "hover"});
+
+void BM_PressRelease_FrameXArrowBeside(benchmark::State& state)
+{
+    RkTest::ViewerHarness harness(kEye);
+    PoseStore store;
+    osg::ref_ptr<Rk::FrameDragger> dragger = makeAidedDragger(store);
+    dragger->setHoverHighlight(false);
+    harness.root()->addChild(dragger.get());
+    const osg::Vec2d at = besideXArrow(harness, kBeside);
+    if (firstHitIsBelow(harness, at, dragger.get())) {
+        state.SkipWithError("the press hits the dragger itself");
+        return;
+    }
+    for (auto _ : state) {
+        if (!harness.press(at) || !harness.release(at)) {
+            state.SkipWithError("the press was not taken");
+            return;
+        }
+    }
+}
+BENCHMARK(BM_PressRelease_FrameXArrowBeside);
+
+} // namespace

@@ -1,0 +1,315 @@
+#include "rkFrameDragger.h"
+#include "rkGizmoTestHelpers.h"
+#include "rkViewerHarness.h"
+
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+#include <osg/Geode>
+#include <osg/ShapeDrawable>
+
+#include <cmath>
+#include <limits>
+
+using Rk::Composite3DDragger;
+using Rk::FrameDragger;
+using namespace RkTest;
+
+namespace {
+
+const osg::Vec3d kEye(1.5, -3.0, 4.0);
+const double kRingRadius = 0.5;
+const double kTolerance = 8.0;
+// Between two direction cones, so that the ring's line alone is beside the pointer.
+const double kRingDegrees = 67.5;
+// Near the tip, away from the rings that cross the shaft halfway.
+const double kArrowAt = 0.8;
+const float kFadedAlpha = 0.2f;
+
+osg::Vec3d worldOf(const osg::Node* node, const osg::Vec3d& local)
+{
+    return local * osg::computeLocalToWorld(node->getParentalNodePaths()[0]);
+}
+
+/// A frame dragger of scale 1 seen from `kEye`, its six handles at hand.
+class HandlingAidsTest : public ::testing::Test
+{
+protected:
+    HandlingAidsTest() : harness(kEye)
+    {
+        dragger = new FrameDragger(store.makeReceiver(), false);
+        dragger->setupDefaultGeometry();
+        // Large on screen (a ring of about 100 px), so that the pixels beside
+        // one handle are far from every other.
+        dragger->setScale(1.0);
+        dragger->Composite3DDragger::showDraggers(true);
+        harness.root()->addChild(dragger.get());
+    }
+
+    osgManipulator::Dragger* arrow(int axis) const
+    {
+        return dragger->translateDragger()->getDragger(axis);
+    }
+    osgManipulator::Dragger* ring(int axis) const
+    {
+        return dragger->rotateDragger()->getDragger(axis);
+    }
+
+    /// The window point `pixels` beside the image of the handle point at
+    /// `local` (handle coordinates), across the image of the handle's line
+    /// through `local` and `ahead`, on the side away from the centre.
+    osg::Vec2d beside(const osg::Node* handle, const osg::Vec3d& local, const osg::Vec3d& ahead,
+                      double pixels) const
+    {
+        const osg::Vec2d at = harness.project(worldOf(handle, local));
+        osg::Vec2d along = harness.project(worldOf(handle, ahead)) - at;
+        along.normalize();
+        osg::Vec2d across(-along.y(), along.x());
+        const osg::Vec2d centre = harness.project(dragger->getMatrix().getTrans());
+        if ((at - centre) * across < 0.0)
+            across = -across;
+        return at + across * pixels;
+    }
+    osg::Vec2d besideRing(int axis, double pixels) const
+    {
+        const auto point = [](double degrees) {
+            const double radians = osg::DegreesToRadians(degrees);
+            return osg::Vec3d(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0);
+        };
+        return beside(ring(axis), point(kRingDegrees), point(kRingDegrees + 1.0), pixels);
+    }
+    osg::Vec2d besideArrow(int axis, double pixels) const
+    {
+        return beside(arrow(axis), osg::Vec3d(0, 0, kArrowAt), osg::Vec3d(0, 0, kArrowAt + 0.05),
+                      pixels);
+    }
+
+    PoseStore store;
+    ViewerHarness harness;
+    osg::ref_ptr<FrameDragger> dragger;
+};
+
+} // namespace
+
+TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
+{
+    enum Handle
+    {
+        ARROW,
+        RING
+    };
+    struct Case
+    {
+        const char* name;
+        Handle handle;
+        double pixels;
+        double tolerance;
+        bool blocker;
+        bool grabs;
+    };
+    // Pixels are counted from the middle of the 3 px line.
+    const Case cases[] = {
+        {"ring 5 px out, tolerance 8", RING, 5, kTolerance, false, true},
+        {"ring 9 px out: 7.5 px from its line", RING, 9, kTolerance, false, true},
+        {"ring 11 px out", RING, 11, kTolerance, false, false},
+        {"ring 5 px out, option off", RING, 5, 0, false, false},
+        // The arrow's own pick cylinder reaches about 6 px at this distance.
+        {"arrow 9 px beside: 7.5 px from its line", ARROW, 9, kTolerance, false, true},
+        {"arrow 11 px beside", ARROW, 11, kTolerance, false, false},
+        {"arrow 9 px beside, option off", ARROW, 9, 0, false, false},
+        {"ring behind an object in front", RING, 5, kTolerance, true, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const int axis =
+            c.handle == ARROW ? Composite3DDragger::X_AXIS : Composite3DDragger::Z_AXIS;
+        const osg::Vec2d at =
+            c.handle == ARROW ? besideArrow(axis, c.pixels) : besideRing(axis, c.pixels);
+        osg::ref_ptr<osg::Geode> blocker = new osg::Geode;
+        if (c.blocker) {
+            const osg::Vec3d behind = harness.unproject(at, dragger->getMatrix().getTrans(),
+                                                        kEye - dragger->getMatrix().getTrans());
+            blocker->addDrawable(
+                new osg::ShapeDrawable(new osg::Sphere((kEye + behind) * 0.5, 0.05f)));
+            harness.root()->addChild(blocker.get());
+        }
+        dragger->setPickTolerance(c.tolerance);
+        const osg::Matrixd before = dragger->getMatrix();
+        store.writes.clear();
+
+        EXPECT_EQ(harness.press(at), c.grabs);
+
+        if (c.grabs) {
+            EXPECT_EQ(dragger->activeAxis(), axis);
+            EXPECT_EQ(dragger->dragMode(), c.handle == ARROW ? 1 : 2);
+        }
+        harness.drag(at + osg::Vec2d(12, 12));
+        harness.release(at + osg::Vec2d(12, 12));
+        EXPECT_EQ(!store.writes.empty(), c.grabs);
+        EXPECT_EQ(dragger->getMatrix() != before, c.grabs);
+        dragger->setMatrix(before);
+        store.pose = before;
+        harness.root()->removeChild(blocker.get());
+    }
+}
+
+TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
+{
+    dragger->setPickTolerance(kTolerance);
+    dragger->setHoverHighlight(true);
+    QSignalSpy hoverChanges(dragger.get(), &Composite3DDragger::signalHoverChanged);
+    const osg::Vec2d onArrow = harness.project(worldOf(arrow(0), osg::Vec3d(0, 0, kArrowAt)));
+    struct Case
+    {
+        const char* name;
+        osg::Vec2d at;
+        osgManipulator::Dragger* hovered;
+        int emitted;
+    };
+    const Case cases[] = {
+        {"on the X arrow", onArrow, arrow(0), 1},
+        {"beside the Z ring", besideRing(2, 5), ring(2), 1},
+        {"beside the Z ring again", besideRing(2, 6), ring(2), 0},
+        {"far from every handle", osg::Vec2d(20, 20), nullptr, 1},
+        {"beside the X arrow", besideArrow(0, 6), arrow(0), 1},
+        {"outside the window", osg::Vec2d(-50, onArrow.y()), nullptr, 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        hoverChanges.clear();
+        EXPECT_FALSE(harness.move(c.at));
+        EXPECT_EQ(dragger->hoveredHandle(), c.hovered);
+        EXPECT_EQ(hoverChanges.count(), c.emitted);
+        for (int axis = 0; axis < 3; ++axis) {
+            EXPECT_EQ(shownColour(arrow(axis)),
+                      arrow(axis) == c.hovered ? kPickYellow : kAxisColours[axis]);
+            EXPECT_EQ(shownColour(ring(axis)),
+                      ring(axis) == c.hovered ? kPickYellow : kAxisColours[axis]);
+        }
+    }
+    EXPECT_TRUE(store.writes.empty());
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd());
+
+    // The grabbed ring stays highlighted through its drag, whatever the pointer passes.
+    harness.move(besideRing(2, 5));
+    harness.press(besideRing(2, 5));
+    harness.drag(onArrow);
+    EXPECT_EQ(dragger->hoveredHandle(), ring(2));
+    EXPECT_EQ(shownColour(arrow(0)), kRed);
+    harness.release(osg::Vec2d(20, 20));
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    EXPECT_EQ(shownColour(ring(2)), kBlue);
+    store.pose = osg::Matrixd();
+    dragger->setMatrix(store.pose);
+
+    struct Clearing
+    {
+        const char* name;
+        void (*clear)(FrameDragger&);
+        void (*restore)(FrameDragger&);
+    };
+    const Clearing clearings[] = {
+        {"disabled", [](FrameDragger& d) { d.setDraggingEnabled(false); },
+         [](FrameDragger& d) { d.setDraggingEnabled(true); }},
+        {"hidden", [](FrameDragger& d) { d.showDraggers(false); },
+         [](FrameDragger& d) { d.showDraggers(true); }},
+        {"option off", [](FrameDragger& d) { d.setHoverHighlight(false); },
+         [](FrameDragger& d) { d.setHoverHighlight(true); }},
+    };
+    for (const Clearing& c : clearings) {
+        SCOPED_TRACE(c.name);
+        harness.move(onArrow);
+        ASSERT_EQ(dragger->hoveredHandle(), arrow(0));
+        c.clear(*dragger);
+        EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+        EXPECT_EQ(shownColour(arrow(0)), kRed);
+        harness.move(onArrow + osg::Vec2d(1, 0));
+        EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+        c.restore(*dragger);
+    }
+}
+
+TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
+{
+    // Nearly along X: the X arrow points at the eye, the Y and Z rings are edge-on.
+    harness.lookAt(osg::Vec3d(5, 0.3, 0.2), osg::Vec3d(), osg::Z_AXIS);
+    dragger->setPickTolerance(kTolerance);
+    dragger->setViewAngleLimit(8.0);
+    harness.frame();
+    const bool fadedArrows[] = {true, false, false};
+    const bool fadedRings[] = {false, true, true};
+    for (int axis = 0; axis < 3; ++axis) {
+        SCOPED_TRACE(axis);
+        EXPECT_FLOAT_EQ(shownColour(arrow(axis)).a(), fadedArrows[axis] ? kFadedAlpha : 1.0f);
+        EXPECT_FLOAT_EQ(shownColour(ring(axis)).a(), fadedRings[axis] ? kFadedAlpha : 1.0f);
+    }
+    // The edge-on Z ring's line at 225 degrees: clear of the other handles.
+    const double r = kRingRadius * std::sqrt(0.5);
+    const osg::Vec2d onZRing = harness.project(worldOf(ring(2), osg::Vec3d(-r, -r, 0)));
+    EXPECT_FALSE(harness.press(onZRing));
+    harness.release(onZRing);
+
+    // Decided at frame events but never during a drag.
+    const osg::Vec2d onXRing = harness.project(worldOf(ring(0), osg::Vec3d(r, r, 0)));
+    ASSERT_TRUE(harness.press(onXRing));
+    harness.lookAt(osg::Vec3d(0.3, 5, 0.2), osg::Vec3d(), osg::Z_AXIS);
+    harness.frame();
+    EXPECT_FLOAT_EQ(shownColour(ring(0)).a(), 1.0f);
+    harness.drag(onXRing + osg::Vec2d(0, 20));
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::X_AXIS);
+    harness.release(onXRing + osg::Vec2d(0, 20));
+    harness.frame();
+    EXPECT_FLOAT_EQ(shownColour(ring(0)).a(), kFadedAlpha);
+
+    // Off again: every handle back in its own colour and pickable.
+    dragger->setViewAngleLimit(0.0);
+    for (int axis = 0; axis < 3; ++axis) {
+        EXPECT_EQ(shownColour(arrow(axis)), kAxisColours[axis]);
+        EXPECT_EQ(shownColour(ring(axis)), kAxisColours[axis]);
+    }
+    harness.lookAt(osg::Vec3d(5, 0.3, 0.2), osg::Vec3d(), osg::Z_AXIS);
+    EXPECT_TRUE(harness.press(onZRing));
+}
+
+TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
+{
+    dragger->setPickTolerance(5.0);
+    dragger->setViewAngleLimit(10.0);
+    const double inf = std::numeric_limits<double>::infinity();
+    for (double bad : {std::nan(""), inf, -inf, -1.0}) {
+        SCOPED_TRACE(bad);
+        dragger->setPickTolerance(bad);
+        dragger->setViewAngleLimit(bad);
+        EXPECT_EQ(dragger->pickTolerance(), 5.0);
+        EXPECT_EQ(dragger->viewAngleLimit(), 10.0);
+    }
+
+    // 90 degrees or more fades every arrow and ring whatever the view.
+    dragger->setViewAngleLimit(120.0);
+    harness.frame();
+    for (int axis = 0; axis < 3; ++axis) {
+        EXPECT_FLOAT_EQ(shownColour(arrow(axis)).a(), kFadedAlpha);
+        EXPECT_FLOAT_EQ(shownColour(ring(axis)).a(), kFadedAlpha);
+    }
+    dragger->setViewAngleLimit(0.0);
+
+    // Not an osgViewer::View: nothing happens.
+    dragger->setHoverHighlight(true);
+    struct NoView : osgGA::GUIActionAdapter
+    {
+        void requestRedraw() override {}
+        void requestContinuousUpdate(bool) override {}
+        void requestWarpPointer(float, float) override {}
+    } noView;
+    osg::ref_ptr<osgGA::GUIEventAdapter> move = new osgGA::GUIEventAdapter;
+    move->setEventType(osgGA::GUIEventAdapter::MOVE);
+    EXPECT_FALSE(dragger->handle(*move, noView));
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+
+    // A camera without a viewport: no hover, no grab beside a handle.
+    const osg::Vec2d besideArrowAt = besideArrow(0, 5);
+    harness.viewer().getCamera()->setViewport(nullptr);
+    harness.move(besideArrowAt);
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    EXPECT_FALSE(harness.press(besideArrowAt));
+    harness.release(besideArrowAt);
+}

@@ -1,0 +1,374 @@
+#include "rkHandleShapes.h"
+
+#include "rkOneAxisHandle.h"
+
+#include <osg/Camera>
+#include <osg/Geode>
+#include <osg/Geometry>
+#include <osg/LineWidth>
+#include <osg/ShapeDrawable>
+#include <osgGA/GUIEventAdapter>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Rk {
+
+namespace {
+
+// Deeper scene graphs than this above a handle are measured from the node
+// this many levels up: enough for any real scene, and no allocation.
+const int kMaxDepth = 64;
+// Lines without a LineWidth attribute are drawn one pixel wide.
+const float kDefaultLineWidth = 1.0f;
+// Points this close to the eye plane (clip w) are behind or at the eye.
+const double kMinClipW = 1e-9;
+// The image of a sphere seen off-axis is larger than its centre's image
+// suggests; this margin keeps the owner test on the safe side.
+const double kBoundMargin = 1.25;
+
+struct WindowPoint
+{
+    osg::Vec2d at;
+    double w;
+};
+
+WindowPoint toWindow(const osg::Vec3d& point, const osg::Matrixd& matrix)
+{
+    const double x = point.x() * matrix(0, 0) + point.y() * matrix(1, 0) +
+                     point.z() * matrix(2, 0) + matrix(3, 0);
+    const double y = point.x() * matrix(0, 1) + point.y() * matrix(1, 1) +
+                     point.z() * matrix(2, 1) + matrix(3, 1);
+    const double w = point.x() * matrix(0, 3) + point.y() * matrix(1, 3) +
+                     point.z() * matrix(2, 3) + matrix(3, 3);
+    if (!(w > kMinClipW))
+        return {osg::Vec2d(), w};
+    return {osg::Vec2d(x / w, y / w), w};
+}
+
+float lineWidthOf(const osg::StateSet* stateSet)
+{
+    const auto* width = stateSet ? dynamic_cast<const osg::LineWidth*>(
+                                       stateSet->getAttribute(osg::StateAttribute::LINEWIDTH))
+                                 : nullptr;
+    return width ? width->getWidth() : 0.0f;
+}
+
+// Two unit directions perpendicular to `axis` (not zero) and to each other.
+void perpendiculars(osg::Vec3d axis, osg::Vec3d& side, osg::Vec3d& other)
+{
+    axis.normalize();
+    const osg::Vec3d helper = std::fabs(axis.x()) < 0.9 ? osg::X_AXIS : osg::Y_AXIS;
+    side = axis ^ helper;
+    side.normalize();
+    other = axis ^ side;
+}
+
+} // namespace
+
+osg::Matrixd HandleShapes::localToWorld(const osg::Node& node)
+{
+    const osg::Node* chain[kMaxDepth];
+    int depth = 0;
+    for (const osg::Node* at = &node; at && depth < kMaxDepth && !at->asCamera();
+         at = at->getNumParents() ? at->getParent(0) : nullptr)
+        chain[depth++] = at;
+    osg::Matrixd matrix;
+    // From the top down: each transform's own matrix goes in front.
+    for (int level = depth - 1; level >= 0; --level)
+        if (const osg::Transform* transform = chain[level]->asTransform())
+            transform->computeLocalToWorldMatrix(matrix, nullptr);
+    return matrix;
+}
+
+osg::Matrixd HandleShapes::parentToWorld(const osg::Node& node)
+{
+    return node.getNumParents() ? localToWorld(*node.getParent(0)) : osg::Matrixd();
+}
+
+HandleShapes::Projection HandleShapes::projectionOf(const osg::Camera* camera,
+                                                    const osgGA::GUIEventAdapter& event)
+{
+    Projection projection;
+    if (!camera || !camera->getViewport())
+        return projection;
+    // The pointer in the window's pixels, y up: the point the composite hands
+    // its handles (see its pointer projection) and the one the pick uses.
+    const bool yDownwards =
+        event.getMouseYOrientation() == osgGA::GUIEventAdapter::Y_INCREASING_DOWNWARDS;
+    projection.pointer.set(event.getX(),
+                           yDownwards ? event.getYmax() - event.getY() : event.getY());
+    projection.worldToEye = camera->getViewMatrix();
+    projection.eyeToWindow =
+        camera->getProjectionMatrix() * camera->getViewport()->computeWindowMatrix();
+    projection.worldToWindow = projection.worldToEye * projection.eyeToWindow;
+    projection.valid = projection.pointer.valid() && !projection.worldToWindow.isNaN();
+    return projection;
+}
+
+void HandleShapes::addSegment(osgManipulator::Dragger* handle, const osg::Vec3& start,
+                              const osg::Vec3& end, float pixelWidth, float startRadius,
+                              float endRadius)
+{
+    const osg::Vec3 points[] = {start, end};
+    addPiece(m_addedPieces, m_addedPoints,
+             {handle, 0, 0, 2, false, 0.5f * pixelWidth, startRadius, endRadius}, points, 2);
+    m_signature = ~0u;
+}
+
+void HandleShapes::addPolyline(osgManipulator::Dragger* handle,
+                               const std::vector<osg::Vec3>& points, bool closed, float pixelWidth)
+{
+    if (points.empty())
+        return;
+    addPiece(m_addedPieces, m_addedPoints,
+             {handle, 0, 0, points.size(), closed, 0.5f * pixelWidth, 0.0f, 0.0f}, points.data(),
+             points.size());
+    m_signature = ~0u;
+}
+
+void HandleShapes::addPiece(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
+                            const osg::Vec3* first, std::size_t count)
+{
+    piece.first = points.size();
+    piece.count = count;
+    points.insert(points.end(), first, first + count);
+    pieces.push_back(piece);
+}
+
+unsigned int HandleShapes::childSignature() const
+{
+    // Handles and their children only ever get added or removed as a whole,
+    // so their counts tell when the shapes read before are out of date.
+    unsigned int signature = 0;
+    const auto count = [&signature](osgManipulator::CompositeDragger& composite,
+                                    const auto& self) -> void {
+        for (unsigned int i = 0; i < composite.getNumDraggers(); ++i) {
+            osgManipulator::Dragger* dragger = composite.getDragger(i);
+            signature = signature * 31u + dragger->getNumChildren() + 1u;
+            if (auto* inner = dynamic_cast<osgManipulator::CompositeDragger*>(dragger))
+                self(*inner, self);
+        }
+    };
+    count(m_owner, count);
+    return signature;
+}
+
+void HandleShapes::refresh()
+{
+    const unsigned int signature = childSignature();
+    if (signature == m_signature)
+        return;
+    collect();
+    m_signature = signature;
+}
+
+void HandleShapes::collect()
+{
+    m_handles.clear();
+    m_exclusions.clear();
+    m_pieces.clear();
+    m_points.clear();
+    collectHandles(m_owner);
+    for (std::size_t index = 0; index < m_handles.size(); ++index)
+        for (unsigned int child = 0; child < m_handles[index]->getNumChildren(); ++child)
+            collectDrawn(index, *m_handles[index]->getChild(child), osg::Matrixd());
+    appendAddedPieces();
+    m_signature = childSignature();
+}
+
+void HandleShapes::appendAddedPieces()
+{
+    for (Piece piece : m_addedPieces) {
+        const auto found = std::find(m_handles.begin(), m_handles.end(), piece.handle);
+        if (found == m_handles.end())
+            continue;
+        piece.handleIndex = std::size_t(found - m_handles.begin());
+        addPiece(m_pieces, m_points, piece, m_addedPoints.data() + piece.first, piece.count);
+    }
+}
+
+void HandleShapes::collectHandles(osgManipulator::CompositeDragger& composite)
+{
+    for (unsigned int i = 0; i < composite.getNumDraggers(); ++i) {
+        osgManipulator::Dragger* dragger = composite.getDragger(i);
+        if (auto* inner = dynamic_cast<osgManipulator::CompositeDragger*>(dragger)) {
+            collectHandles(*inner);
+            continue;
+        }
+        m_handles.push_back(dragger);
+        m_exclusions.push_back(dynamic_cast<PickExclusion*>(dragger));
+    }
+}
+
+void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
+                                const osg::Matrixd& toHandle)
+{
+    if (auto* transform = dynamic_cast<osg::MatrixTransform*>(&node)) {
+        for (unsigned int child = 0; child < transform->getNumChildren(); ++child)
+            collectDrawn(handleIndex, *transform->getChild(child),
+                         transform->getMatrix() * toHandle);
+        return;
+    }
+    // Geodes are groups of drawables in OpenSceneGraph 3.6: asked first.
+    osg::Geode* geode = node.asGeode();
+    osg::Group* group = node.asGroup();
+    if (!geode && group) {
+        for (unsigned int child = 0; child < group->getNumChildren(); ++child)
+            collectDrawn(handleIndex, *group->getChild(child), toHandle);
+        return;
+    }
+    if (!geode)
+        return;
+    osgManipulator::Dragger* handle = m_handles[handleIndex];
+    for (unsigned int i = 0; i < geode->getNumDrawables(); ++i) {
+        osg::Drawable* drawable = geode->getDrawable(i);
+        // Pick targets are culled in every frame by a callback: not drawn.
+        if (drawable->getCullCallback())
+            continue;
+        if (auto* shape = dynamic_cast<osg::ShapeDrawable*>(drawable)) {
+            if (const auto* cone = dynamic_cast<const osg::Cone*>(shape->getShape())) {
+                const osg::Vec3 axis = cone->getRotation() * osg::Vec3(0.0f, 0.0f, 1.0f);
+                const osg::Vec3 base = cone->getCenter() + axis * cone->getBaseOffset();
+                const osg::Vec3 points[] = {base * toHandle,
+                                            (base + axis * cone->getHeight()) * toHandle};
+                addPiece(m_pieces, m_points,
+                         {handle, handleIndex, 0, 2, false, 0.0f, cone->getRadius(), 0.0f}, points,
+                         2);
+            }
+            continue;
+        }
+        osg::Geometry* geometry = drawable->asGeometry();
+        const auto* vertices =
+            geometry ? dynamic_cast<const osg::Vec3Array*>(geometry->getVertexArray()) : nullptr;
+        if (!vertices)
+            continue;
+        float width = lineWidthOf(geometry->getStateSet());
+        if (width <= 0.0f)
+            width = lineWidthOf(geode->getStateSet());
+        if (width <= 0.0f)
+            width = kDefaultLineWidth;
+        for (unsigned int p = 0; p < geometry->getNumPrimitiveSets(); ++p) {
+            const osg::PrimitiveSet* primitives = geometry->getPrimitiveSet(p);
+            const GLenum mode = primitives->getMode();
+            if (mode != GL_LINES && mode != GL_LINE_STRIP && mode != GL_LINE_LOOP)
+                continue;
+            std::vector<osg::Vec3> points;
+            for (unsigned int k = 0; k < primitives->getNumIndices(); ++k) {
+                const unsigned int index = primitives->index(k);
+                if (index < vertices->size())
+                    points.push_back((*vertices)[index] * toHandle);
+            }
+            const Piece piece{handle,       handleIndex, 0,   0, mode == GL_LINE_LOOP,
+                              0.5f * width, 0.0f,        0.0f};
+            if (mode != GL_LINES) {
+                addPiece(m_pieces, m_points, piece, points.data(), points.size());
+                continue;
+            }
+            for (std::size_t k = 0; k + 1 < points.size(); k += 2)
+                addPiece(m_pieces, m_points, piece, points.data() + k, 2);
+        }
+    }
+}
+
+bool HandleShapes::nearOwner(const Projection& projection, double pixels) const
+{
+    // Without a bound yet (screen-scaled handles before their first cull)
+    // nothing can be ruled out.
+    const osg::BoundingSphere& bound = m_owner.getBound();
+    if (!bound.valid())
+        return true;
+    const osg::Matrixd toWorld = parentToWorld(m_owner);
+    const osg::Vec3d scale = toWorld.getScale();
+    const double radius = bound.radius() * std::max({scale.x(), scale.y(), scale.z()});
+    const osg::Vec3d centreEye = osg::Vec3d(bound.center()) * toWorld * projection.worldToEye;
+    const double depth = -centreEye.z();
+    // Inside or about the sphere every pixel may show a handle.
+    if (!(depth > radius))
+        return true;
+    const WindowPoint centre = toWindow(centreEye, projection.eyeToWindow);
+    const osg::Vec3d rimEye = centreEye + osg::Vec3d(radius * depth / (depth - radius), 0.0, 0.0);
+    const WindowPoint rim = toWindow(rimEye, projection.eyeToWindow);
+    const double imageRadius = kBoundMargin * (rim.at - centre.at).length();
+    return (projection.pointer - centre.at).length() <= imageRadius + pixels;
+}
+
+osgManipulator::Dragger* HandleShapes::handleIn(const osg::NodePath& path)
+{
+    refresh();
+    for (osg::Node* node : path)
+        for (osgManipulator::Dragger* handle : m_handles)
+            if (node == handle)
+                return handle;
+    return nullptr;
+}
+
+HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, double pixels)
+{
+    Nearest best;
+    best.pixels = std::numeric_limits<double>::infinity();
+    if (!projection.valid || !(pixels > 0.0))
+        return best;
+    refresh();
+    std::size_t matrixOf = m_handles.size();
+    osg::Matrixd localToWindow;
+    for (const Piece& piece : m_pieces) {
+        osgManipulator::Dragger* handle = m_handles[piece.handleIndex];
+        const PickExclusion* exclusion = m_exclusions[piece.handleIndex];
+        if (handle->getNodeMask() == 0 || (exclusion && exclusion->excludedFromPicks()))
+            continue;
+        if (matrixOf != piece.handleIndex) {
+            matrixOf = piece.handleIndex;
+            localToWindow = localToWorld(*handle) * projection.worldToWindow;
+        }
+        measurePiece(piece, localToWindow, projection.pointer, best);
+    }
+    if (!best.handle || best.pixels > pixels)
+        return Nearest();
+    best.worldPoint = best.localPoint * localToWorld(*best.handle);
+    return best;
+}
+
+void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
+                                const osg::Vec2d& pointer, Nearest& best) const
+{
+    if (piece.count < 2)
+        return;
+    const std::size_t segments = piece.closed ? piece.count : piece.count - 1;
+    for (std::size_t s = 0; s < segments; ++s) {
+        const osg::Vec3d a = m_points[piece.first + s];
+        const osg::Vec3d b = m_points[piece.first + (s + 1) % piece.count];
+        const WindowPoint wa = toWindow(a, localToWindow);
+        const WindowPoint wb = toWindow(b, localToWindow);
+        if (!(wa.w > kMinClipW) || !(wb.w > kMinClipW))
+            continue;
+        const osg::Vec2d along = wb.at - wa.at;
+        const double length2 = along.length2();
+        const double t =
+            length2 > 0.0 ? std::clamp((pointer - wa.at) * along / length2, 0.0, 1.0) : 0.0;
+        double pixels = (pointer - (wa.at + along * t)).length() - piece.halfWidth;
+        // The window parameter t is linear in 1/w, not in the handle's own
+        // coordinates: this gives the handle point that is seen there.
+        const double tLocal = (t / wb.w) / ((1.0 - t) / wa.w + t / wb.w);
+        const osg::Vec3d local = a + (b - a) * tLocal;
+        const double radius = piece.startRadius + (piece.endRadius - piece.startRadius) * tLocal;
+        if (radius > 0.0 && (b - a).length2() > 0.0) {
+            osg::Vec3d side;
+            osg::Vec3d other;
+            perpendiculars(b - a, side, other);
+            const WindowPoint centre = toWindow(local, localToWindow);
+            const WindowPoint rim1 = toWindow(local + side * radius, localToWindow);
+            const WindowPoint rim2 = toWindow(local + other * radius, localToWindow);
+            pixels -= std::max((rim1.at - centre.at).length(), (rim2.at - centre.at).length());
+        }
+        pixels = std::max(pixels, 0.0);
+        if (pixels < best.pixels) {
+            best.pixels = pixels;
+            best.handle = m_handles[piece.handleIndex];
+            best.localPoint = local;
+        }
+    }
+}
+
+} // namespace Rk

@@ -1,0 +1,195 @@
+#include "rkHandlingAids.h"
+
+#include "rkComposite3DDragger.h"
+#include "rkPickCache.h"
+
+#include <osgViewer/View>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Rk {
+
+namespace {
+
+bool insideEventRange(const osgGA::GUIEventAdapter& event)
+{
+    return event.getX() >= event.getXmin() && event.getX() <= event.getXmax() &&
+           event.getY() >= event.getYmin() && event.getY() <= event.getYmax();
+}
+
+bool acceptable(double value)
+{
+    return std::isfinite(value) && value >= 0.0;
+}
+
+// A hit on another dragger is that dragger's press; any other hit in the
+// dragger mask hides a handle behind it.
+bool blocks(const osgUtil::LineSegmentIntersector::Intersection& hit,
+            const HandleShapes::Nearest& candidate, const HandleShapes::Projection& projection)
+{
+    for (const osg::Node* node : hit.nodePath)
+        if (dynamic_cast<const osgManipulator::Dragger*>(node))
+            return true;
+    const double hitDepth = -(hit.getWorldIntersectPoint() * projection.worldToEye).z();
+    const double handleDepth = -(candidate.worldPoint * projection.worldToEye).z();
+    return hitDepth < handleDepth;
+}
+
+} // namespace
+
+HandlingAids::HandlingAids(Composite3DDragger& owner)
+    : m_owner(owner), m_shapes(owner), m_fader(m_shapes)
+{
+}
+
+void HandlingAids::setPickTolerance(double pixels)
+{
+    if (acceptable(pixels))
+        m_pickTolerance = pixels;
+}
+
+void HandlingAids::setHoverHighlight(bool highlight)
+{
+    m_hoverHighlight = highlight;
+    if (!highlight)
+        clearHover();
+}
+
+void HandlingAids::setViewAngleLimit(double degrees)
+{
+    if (!acceptable(degrees))
+        return;
+    m_viewAngleLimit = degrees;
+    if (degrees == 0.0)
+        m_fader.clear();
+}
+
+void HandlingAids::clearHover()
+{
+    showHover(nullptr);
+}
+
+void HandlingAids::showHover(osgManipulator::Dragger* target)
+{
+    if (m_hover.show(target))
+        emit m_owner.signalHoverChanged();
+}
+
+osg::Camera* HandlingAids::cameraOf(osgViewer::View& view) const
+{
+    // The pick maps the pointer through the first camera above the dragger
+    // (a HUD camera, say), else through the view's own camera.
+    for (const osg::Node* node = &m_owner; node;
+         node = node->getNumParents() ? node->getParent(0) : nullptr)
+        if (const osg::Camera* camera = node->asCamera())
+            return const_cast<osg::Camera*>(camera);
+    return view.getCamera();
+}
+
+void HandlingAids::beforeEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
+{
+    if (!m_hoverHighlight && m_viewAngleLimit == 0.0)
+        return;
+    m_wasActive = m_owner.getDraggerActive();
+    auto* view = dynamic_cast<osgViewer::View*>(&action);
+    if (!view || m_wasActive)
+        return;
+    switch (event.getEventType()) {
+    case osgGA::GUIEventAdapter::FRAME:
+        if (m_viewAngleLimit > 0.0 && cameraOf(*view))
+            m_fader.update(*cameraOf(*view), m_owner, m_viewAngleLimit);
+        if (m_fader.faded(m_hover.hovered()))
+            clearHover();
+        break;
+    case osgGA::GUIEventAdapter::MOVE:
+        if (m_hoverHighlight)
+            showHover(m_owner.draggingEnabled() && !event.getHandled() ? pressTarget(event, *view)
+                                                                       : nullptr);
+        break;
+    case osgGA::GUIEventAdapter::PUSH:
+        if (m_hoverHighlight && event.getHandled())
+            clearHover();
+        break;
+    default:
+        break;
+    }
+}
+
+void HandlingAids::afterEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
+{
+    if (!m_hoverHighlight)
+        return;
+    if (event.getEventType() == osgGA::GUIEventAdapter::PUSH) {
+        showHover(m_owner.getDraggerActive() ? activeHandle() : nullptr);
+        return;
+    }
+    auto* view = dynamic_cast<osgViewer::View*>(&action);
+    if (event.getEventType() != osgGA::GUIEventAdapter::RELEASE || !m_wasActive || !view)
+        return;
+    // The release gave the handle its own colour back.
+    m_hover.adoptShownColour();
+    showHover(pressTarget(event, *view));
+}
+
+osgManipulator::Dragger* HandlingAids::activeHandle() const
+{
+    for (osgManipulator::Dragger* handle : m_shapes.handles())
+        if (handle->getDraggerActive())
+            return handle;
+    return nullptr;
+}
+
+osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter& event,
+                                                   osgViewer::View& view)
+{
+    const HandleShapes::Projection projection = HandleShapes::projectionOf(cameraOf(view), event);
+    if (!projection.valid || !insideEventRange(event) ||
+        !m_shapes.nearOwner(projection, m_pickTolerance))
+        return nullptr;
+    const PickCache::Hits& hits = PickCache::hits(view, event, m_owner.getIntersectionMask());
+    if (!hits.empty()) {
+        const osg::NodePath& path = hits.begin()->nodePath;
+        if (std::find(path.begin(), path.end(), &m_owner) != path.end())
+            return m_shapes.handleIn(path);
+    }
+    return nearbyHandle(event, view, projection).handle;
+}
+
+HandleShapes::Nearest HandlingAids::nearbyHandle(const osgGA::GUIEventAdapter& event,
+                                                 osgViewer::View& view,
+                                                 const HandleShapes::Projection& projection)
+{
+    if (!(m_pickTolerance > 0.0) || !insideEventRange(event))
+        return HandleShapes::Nearest();
+    HandleShapes::Nearest nearest = m_shapes.nearestWithin(projection, m_pickTolerance);
+    if (!nearest.handle)
+        return nearest;
+    const PickCache::Hits& hits = PickCache::hits(view, event, m_owner.getIntersectionMask());
+    if (!hits.empty() && blocks(*hits.begin(), nearest, projection))
+        return HandleShapes::Nearest();
+    return nearest;
+}
+
+bool HandlingAids::nearbyGrab(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
+                              Grab& grab)
+{
+    if (!(m_pickTolerance > 0.0))
+        return false;
+    grab.camera = cameraOf(view);
+    const HandleShapes::Nearest nearest =
+        nearbyHandle(event, view, HandleShapes::projectionOf(grab.camera, event));
+    if (!nearest.handle)
+        return false;
+    // The path a hit on the handle would have: from the top of the scene
+    // down to the handle, through every dragger that must see the press.
+    grab.path.clear();
+    for (osg::Node* node = nearest.handle; node && !node->asCamera();
+         node = node->getNumParents() ? node->getParent(0) : nullptr)
+        grab.path.push_back(node);
+    std::reverse(grab.path.begin(), grab.path.end());
+    grab.localPoint = nearest.localPoint;
+    return true;
+}
+
+} // namespace Rk

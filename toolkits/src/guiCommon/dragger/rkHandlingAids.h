@@ -1,0 +1,86 @@
+#ifndef RK_HANDLING_AIDS_H
+#define RK_HANDLING_AIDS_H
+
+#include "rkHandleFader.h"
+#include "rkHandleHover.h"
+#include "rkHandleShapes.h"
+
+#include <osg/NodeVisitor>
+
+namespace osgGA {
+class GUIActionAdapter;
+class GUIEventAdapter;
+} // namespace osgGA
+namespace osgViewer {
+class View;
+}
+
+namespace Rk {
+
+class Composite3DDragger;
+
+/// The optional handling aids of one composite dragger: the pick tolerance,
+/// the hover highlight and the view angle limit, all off for a new dragger
+/// (then none of them changes anything). The composite asks this class at a
+/// few points of its event loop; see the composite's header for the user's
+/// view of each option.
+class HandlingAids
+{
+public:
+    /// A press beside a handle, taken as if the handle had been hit.
+    struct Grab
+    {
+        osg::NodePath path;
+        osg::Vec3d localPoint;
+        osg::Camera* camera = nullptr;
+    };
+
+    explicit HandlingAids(Composite3DDragger& owner);
+
+    /// Window pixels; NaN, infinite or negative values are ignored.
+    void setPickTolerance(double pixels);
+    double pickTolerance() const { return m_pickTolerance; }
+    /// Switching off clears the highlight.
+    void setHoverHighlight(bool highlight);
+    bool hoverHighlight() const { return m_hoverHighlight; }
+    osgManipulator::Dragger* hoveredHandle() const { return m_hover.hovered(); }
+    /// Degrees; NaN, infinite or negative values are ignored; 0 unfades at once.
+    void setViewAngleLimit(double degrees);
+    double viewAngleLimit() const { return m_viewAngleLimit; }
+    HandleShapes& shapes() { return m_shapes; }
+
+    /// Before the composite looks at an event: hover at a pointer move,
+    /// fading at a frame event, no highlight at a press taken elsewhere.
+    void beforeEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action);
+    /// After the composite handled an event: the grabbed handle stays
+    /// highlighted from its press to its release, and the release looks again.
+    void afterEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action);
+    /// For a press that the scene pick did not give to the owner: the shown
+    /// handle within the tolerance of the pointer, unless the pick found
+    /// another dragger or anything nearer than that handle under the pointer.
+    bool nearbyGrab(const osgGA::GUIEventAdapter& event, osgViewer::View& view, Grab& grab);
+    /// Removes the highlight (hidden or disabled owner).
+    void clearHover();
+
+private:
+    HandleShapes::Nearest nearbyHandle(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
+                                       const HandleShapes::Projection& projection);
+    osgManipulator::Dragger* pressTarget(const osgGA::GUIEventAdapter& event,
+                                         osgViewer::View& view);
+    osgManipulator::Dragger* activeHandle() const;
+    osg::Camera* cameraOf(osgViewer::View& view) const;
+    void showHover(osgManipulator::Dragger* target);
+
+    Composite3DDragger& m_owner;
+    HandleShapes m_shapes;
+    HandleHover m_hover;
+    HandleFader m_fader;
+    double m_pickTolerance = 0.0;
+    bool m_hoverHighlight = false;
+    double m_viewAngleLimit = 0.0;
+    bool m_wasActive = false;
+};
+
+} // namespace Rk
+
+#endif
