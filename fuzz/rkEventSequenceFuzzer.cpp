@@ -122,6 +122,8 @@ public:
     Scenario() : m_view(osg::Vec3d(2.5, -5.0, 3.0))
     {
         m_dragger = new Rk::FrameDragger(m_host.makeReceiver().get(), true);
+        m_dragger->setHandleSet(Rk::FrameDragger::PLANE_HANDLES | Rk::FrameDragger::SCREEN_HANDLE |
+                                Rk::FrameDragger::VIEW_RING);
         m_dragger->setupDefaultGeometry();
         static_cast<Rk::Composite3DDragger*>(m_dragger.get())->showDraggers(true);
         m_view.root()->addChild(m_dragger.get());
@@ -136,7 +138,7 @@ public:
 
     void step(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 17)) {
+        switch (data.ConsumeIntegralInRange(0, 18)) {
         case 0:
             m_view.press(position(data), data.ConsumeIntegralInRange(1, 4));
             break;
@@ -184,6 +186,11 @@ public:
             break;
         case 16:
             typePose(data);
+            break;
+        case 17:
+            // Any set, also mid-drag (where the rebuild waits for the release).
+            m_dragger->setHandleSet(data.ConsumeIntegral<int>());
+            m_dragger->rebuildExtraHandles();
             break;
         default:
             rebind(data);

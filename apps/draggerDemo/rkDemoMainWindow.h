@@ -51,6 +51,8 @@ private:
     void buildScene();
     void buildDialogDock();
     void buildToolBar();
+    /// Switches the frame dragger's optional handles on, with a tool-bar toggle.
+    void addMoreHandlesToggle();
     void pauseFollowWhileCustomFrameIsTurned();
 
     RkDemoPlugin m_plugin;

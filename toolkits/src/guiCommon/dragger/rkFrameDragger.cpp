@@ -51,6 +51,9 @@ void FrameDragger::setHandleSet(int flags)
 
 void FrameDragger::rebuildExtraHandles()
 {
+    // The handle being dragged must outlive its drag.
+    if (getDraggerActive())
+        return;
     if (m_extraHandles) {
         removeDragger(m_extraHandles.get());
         removeChild(m_extraHandles.get());
@@ -60,6 +63,7 @@ void FrameDragger::rebuildExtraHandles()
         return;
     m_extraHandles = new ExtraHandlesDragger(m_extraOptions);
     m_extraHandles->setupDefaultGeometry();
+    m_extraHandles->setMatrix(osg::Matrixd::scale(scale(), scale(), scale()));
     m_extraHandles->Composite3DDragger::showDraggers(m_translateDragger->getNodeMask() != 0);
     addChild(m_extraHandles.get());
     addDragger(m_extraHandles.get());

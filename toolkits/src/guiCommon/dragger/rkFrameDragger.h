@@ -63,9 +63,9 @@ public:
     int handleSet() const { return m_extraOptions.handleSet; }
     /// Replaces the optional handles with those of the handle set (removing
     /// the third child for an empty set), shown or hidden like the arrows;
-    /// the arrows and rings stay as they are. Call with no drag under way.
-    /// Leaves the scale of the new handles to the next `setScale`, which
-    /// `setupDefaultGeometry` makes.
+    /// the arrows and rings stay as they are. During a drag it does nothing
+    /// (the handle set waits for the next call). The new handles get the
+    /// current scale.
     void rebuildExtraHandles();
     /// Stores sizes in both children, for the next `setupDefaultGeometry`:
     /// `radius` is the ring radius and the arrow cone radius, `height` the
