@@ -139,6 +139,21 @@ TEST_F(DemoMainWindow, HomeBringsPluginGizmoAndDialogBack)
     EXPECT_NEAR(box("spinBoxZ")->value(), home.z(), 0.0005);
 }
 
+TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)
+{
+    auto* toggle = window->findChild<QAction*>("moreHandlesAction");
+    ASSERT_NE(toggle, nullptr);
+    ASSERT_NE(window->frameDragger()->extraHandles(), nullptr) << "on at start";
+    toggle->trigger();
+    EXPECT_EQ(window->frameDragger()->extraHandles(), nullptr);
+    EXPECT_EQ(window->frameDragger()->getNumChildren(), 2u);
+    toggle->trigger();
+    ASSERT_NE(window->frameDragger()->extraHandles(), nullptr);
+    EXPECT_EQ(window->frameDragger()->extraHandles()->getMatrix(),
+              window->frameDragger()->translateDragger()->getMatrix())
+        << "rebuilt at the gizmo's scale";
+}
+
 int countPixels(const QImage& image, bool (*match)(QRgb))
 {
     int count = 0;
