@@ -2,6 +2,7 @@
 
 #include <osg/BlendFunc>
 #include <osg/Geometry>
+#include <osg/KdTree>
 #include <osg/ShapeDrawable>
 
 namespace RkExtraHandleGeometry {
@@ -32,6 +33,10 @@ osg::Geode* createScreenHandleGeode(float radius)
 {
     osg::Geode* geode = new osg::Geode;
     geode->addDrawable(new osg::ShapeDrawable(new osg::Sphere(osg::Vec3(), radius)));
+    // Every press near the centre crosses the sphere: a KdTree lets the pick
+    // test a few of its triangles instead of all of them.
+    osg::ref_ptr<osg::KdTreeBuilder> builder = new osg::KdTreeBuilder;
+    geode->accept(*builder);
     return geode;
 }
 
