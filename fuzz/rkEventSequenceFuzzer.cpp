@@ -134,6 +134,8 @@ public:
         for (int index = 0; index < NEIGHBOURS; ++index)
             rebuildNeighbour(index);
         m_dragger = new Rk::FrameDragger(m_host.makeReceiver().get(), true);
+        m_dragger->setHandleSet(Rk::FrameDragger::PLANE_HANDLES | Rk::FrameDragger::SCREEN_HANDLE |
+                                Rk::FrameDragger::VIEW_RING);
         m_dragger->setupDefaultGeometry();
         static_cast<Rk::Composite3DDragger*>(m_dragger.get())->showDraggers(true);
         m_view.root()->addChild(m_dragger.get());
@@ -150,7 +152,7 @@ public:
 
     void step(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 21)) {
+        switch (data.ConsumeIntegralInRange(0, 22)) {
         case 0:
             m_view.press(position(data), data.ConsumeIntegralInRange(1, 4));
             break;
@@ -210,6 +212,11 @@ public:
             break;
         case 20:
             handlingAids(data);
+            break;
+        case 21:
+            // Any set, also mid-drag (where the rebuild waits for the release).
+            m_dragger->setHandleSet(data.ConsumeIntegral<int>());
+            m_dragger->rebuildExtraHandles();
             break;
         default:
             rebind(data);

@@ -50,6 +50,7 @@ RkDemoMainWindow::RkDemoMainWindow(const QString& jogPanelImage, QWidget* parent
     buildToolBar();
     buildEditMenu();
     new RkHandlingControls(this, m_frameDragger.get(), {m_view, m_topView});
+    addMoreHandlesToggle();
     m_plugin.setPoseListener([this](const osg::Matrixd& pose) { m_arm.setEndEffectorPose(pose); });
     resize(1280, 720);
 }
@@ -216,4 +217,24 @@ void RkDemoMainWindow::reportScale(double scale)
 void RkDemoMainWindow::reportVisibility(bool shown)
 {
     statusBar()->showMessage(shown ? tr("Gizmo shown") : tr("Gizmo hidden"), kStatusTimeoutMs);
+}
+
+void RkDemoMainWindow::addMoreHandlesToggle()
+{
+    const int allHandles = Rk::FrameDragger::PLANE_HANDLES | Rk::FrameDragger::SCREEN_HANDLE |
+                           Rk::FrameDragger::VIEW_RING;
+    m_frameDragger->setHandleSet(allHandles);
+    m_frameDragger->rebuildExtraHandles();
+    QToolBar* tools = addToolBar(tr("Handles"));
+    tools->setObjectName("handlesToolBar");
+    QAction* toggle = tools->addAction(tr("More handles"));
+    toggle->setObjectName("moreHandlesAction");
+    toggle->setCheckable(true);
+    toggle->setChecked(true);
+    toggle->setToolTip(
+        tr("Plane handles, a centre handle and a view ring beside the arrows and rings"));
+    connect(toggle, &QAction::toggled, this, [this, allHandles](bool on) {
+        m_frameDragger->setHandleSet(on ? allHandles : 0);
+        m_frameDragger->rebuildExtraHandles();
+    });
 }

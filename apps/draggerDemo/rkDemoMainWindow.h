@@ -66,6 +66,8 @@ private:
     void buildDialogDock();
     void buildToolBar();
     void buildEditMenu();
+    /// Switches the frame dragger's optional handles on, with a tool-bar toggle.
+    void addMoreHandlesToggle();
     void pauseFollowWhileCustomFrameIsTurned();
     void setUpGizmoHandling();
 

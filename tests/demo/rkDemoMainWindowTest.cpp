@@ -280,6 +280,19 @@ TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogAndRedoForward
         EXPECT_EQ(window->plugin().endEffectorPose(), poses[step]);
     }
     EXPECT_FALSE(redo->isEnabled());
+TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)
+{
+    auto* toggle = window->findChild<QAction*>("moreHandlesAction");
+    ASSERT_NE(toggle, nullptr);
+    ASSERT_NE(window->frameDragger()->extraHandles(), nullptr) << "on at start";
+    toggle->trigger();
+    EXPECT_EQ(window->frameDragger()->extraHandles(), nullptr);
+    EXPECT_EQ(window->frameDragger()->getNumChildren(), 2u);
+    toggle->trigger();
+    ASSERT_NE(window->frameDragger()->extraHandles(), nullptr);
+    EXPECT_EQ(window->frameDragger()->extraHandles()->getMatrix(),
+              window->frameDragger()->translateDragger()->getMatrix())
+        << "rebuilt at the gizmo's scale";
 }
 
 int countPixels(const QImage& image, bool (*match)(QRgb))

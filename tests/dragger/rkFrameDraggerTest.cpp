@@ -1,4 +1,5 @@
 #include "rkFrameDragger.h"
+#include "rkFinite.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
 #include "rkViewerHarness.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <string>
 
 using Rk::Composite3DDragger;
@@ -385,6 +387,9 @@ TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPick
 
 TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
 {
+    dragger->setHandleSet(FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE |
+                          FrameDragger::VIEW_RING);
+    dragger->rebuildExtraHandles();
     dragger->setScale(0.0);
     for (const osg::Vec2d& at : {onArrow(0, 0.0), onArrow(1, 0.0), onRing(2, 0.0)}) {
         EXPECT_FALSE(harness.press(at));
@@ -450,5 +455,271 @@ TEST(FrameDraggerRendering, ArrowsAndRingsShowTheirColoursWhilePickShapesDrawNot
             << "pick torus";
         EXPECT_TRUE(background(*image, windowOf(arrow, osg::Vec3d(0.025, 0, 0.75))))
             << "pick cylinder";
+    }
+}
+
+namespace {
+
+using Rk::ExtraHandlesDragger;
+
+const int kAllHandles =
+    FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
+const double kViewRingRadius = kRingRadius * ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR;
+const double kPixelRowOffset = 1.0 + 1e-6;
+
+/// A frame dragger with every optional handle, seen from `kEye`.
+class ExtraHandlesTest : public ::testing::Test
+{
+protected:
+    ExtraHandlesTest() : harness(kEye)
+    {
+        dragger = new FrameDragger(store.makeReceiver(), false);
+        dragger->setHandleSet(kAllHandles);
+        showIn(harness, dragger.get());
+    }
+
+    ExtraHandlesDragger* extra() const { return dragger->extraHandles(); }
+    osg::Vec3d centre() const { return dragger->getMatrix().getTrans(); }
+    /// The world centre of the square of the plane handle with normal `axis`.
+    osg::Vec3d squareCentre(int axis) const
+    {
+        Rk::PlaneHandle* plane = extra()->planeHandle(Composite3DDragger::AxisEnum(axis));
+        osg::Vec3d local;
+        local[plane->firstInPlane()] = local[plane->secondInPlane()] =
+            ExtraHandlesDragger::PLANE_OFFSET;
+        return worldOf(plane, local);
+    }
+    osg::Vec3d towardsEye()
+    {
+        osg::Vec3d direction =
+            harness.viewer().getCamera()->getInverseViewMatrix().getTrans() - centre();
+        direction.normalize();
+        return direction;
+    }
+    /// The window point (y down) at `pixels` from the centre's, `degrees`
+    /// counter-clockwise from the right as the viewer sees it.
+    osg::Vec2d aroundCentre(double degrees, double pixels) const
+    {
+        const double radians = osg::DegreesToRadians(degrees);
+        return harness.project(centre()) +
+               osg::Vec2d(std::cos(radians), -std::sin(radians)) * pixels;
+    }
+    /// Pixels from the centre to the view ring as drawn.
+    double viewRingPixels()
+    {
+        osg::Vec3d side = towardsEye() ^ osg::Z_AXIS;
+        side.normalize();
+        return (harness.project(centre() + side * kViewRingRadius) - harness.project(centre()))
+            .length();
+    }
+    void turnViewRing(double toDegrees, int steps)
+    {
+        const double pixels = viewRingPixels();
+        harness.press(aroundCentre(0, pixels));
+        for (int step = 1; step <= steps; ++step)
+            harness.drag(aroundCentre(toDegrees * step / steps, pixels));
+    }
+
+    PoseStore store;
+    ViewerHarness harness;
+    osg::ref_ptr<FrameDragger> dragger;
+};
+
+double angleBetween(const osg::Quat& a, const osg::Quat& b)
+{
+    double angle = 0.0;
+    osg::Vec3d axis;
+    (a.inverse() * b).getRotate(angle, axis);
+    return std::min(angle, 2 * osg::PI - angle);
+}
+
+} // namespace
+
+TEST(FrameDragger, TheHandleSetAddsAThirdChildOnlyWhenNotEmpty)
+{
+    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
+    dragger->setHandleSet(0x40);
+    EXPECT_EQ(dragger->handleSet(), 0) << "unknown bits are ignored";
+    dragger->setupDefaultGeometry();
+    EXPECT_EQ(dragger->getNumChildren(), 2u);
+    EXPECT_EQ(dragger->getNumDraggers(), 2u);
+    EXPECT_EQ(dragger->extraHandles(), nullptr);
+
+    dragger->setHandleSet(FrameDragger::PLANE_HANDLES | FrameDragger::VIEW_RING);
+    EXPECT_EQ(dragger->getNumChildren(), 2u) << "only at the next build";
+    dragger->showDraggers(true);
+    dragger->rebuildExtraHandles();
+    ASSERT_NE(dragger->extraHandles(), nullptr);
+    EXPECT_EQ(dragger->getNumChildren(), 3u);
+    EXPECT_EQ(dragger->extraHandles()->getNumDraggers(), 4u) << "three planes and the ring";
+    EXPECT_EQ(dragger->extraHandles()->screenHandle(), nullptr);
+    EXPECT_EQ(dragger->extraHandles()->getNodeMask(), kShownMask);
+    EXPECT_EQ(dragger->extraHandles()->viewRing()->getParentDragger(), dragger.get());
+    const osg::Vec4 xyColour =
+        shownColour(dragger->extraHandles()->planeHandle(Composite3DDragger::Z_AXIS));
+    EXPECT_EQ(xyColour, osg::Vec4(0, 0, 1, ExtraHandlesDragger::PLANE_ALPHA));
+
+    dragger->setHandleSet(0);
+    dragger->rebuildExtraHandles();
+    EXPECT_EQ(dragger->getNumChildren(), 2u);
+    EXPECT_EQ(dragger->getNumDraggers(), 2u);
+}
+
+TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnderThePointer)
+{
+    struct Row
+    {
+        const char* name;
+        int normal;
+        osg::Vec2d pixels;
+    };
+    const Row rows[] = {{"YZ", 0, {-30, -40}}, {"ZX", 1, {45, 20}}, {"XY", 2, {35, -25}}};
+    SignalLog log(dragger.get());
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        store.pose = osg::Matrixd::translate(0.1, -0.2, 0.05);
+        harness.frame();
+        store.writes.clear();
+        log.names.clear();
+        const osg::Vec3d startTrans = centre();
+        const osg::Vec3d grabbed = squareCentre(row.normal);
+        const osg::Vec2d from = harness.project(grabbed);
+        ASSERT_TRUE(harness.press(from));
+        EXPECT_EQ(dragger->dragMode(), ExtraHandlesDragger::PLANE_DRAG_MODE);
+        EXPECT_EQ(dragger->activeAxis(), row.normal);
+        for (int step = 1; step <= 4; ++step) {
+            const osg::Vec2d at = from + row.pixels * (step / 4.0);
+            harness.drag(at);
+            const osg::Vec3d moved = centre() - startTrans;
+            EXPECT_NEAR(moved[row.normal], 0.0, 1e-6);
+            EXPECT_LT((harness.project(grabbed + moved) - at).length(), 2.0);
+            EXPECT_EQ(store.pose.getTrans(), centre());
+        }
+        EXPECT_GT((centre() - startTrans).length(), 0.05);
+        harness.release(from + row.pixels);
+        EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked", "changed", "changed",
+                                                       "changed", "changed", "changed", "done"}));
+        EXPECT_EQ(store.writes.size(), 5u) << "the third child writes nothing of its own";
+    }
+}
+
+TEST_F(ExtraHandlesTest, ScreenHandleKeepsTheCentreUnderThePointerInThePlaneFacingTheCamera)
+{
+    const osg::Vec3d lineOfSight = towardsEye();
+    // Pressed off the exact centre: the centre still comes under the pointer.
+    const osg::Vec2d from = harness.project(centre()) + osg::Vec2d(3, -2);
+    ASSERT_TRUE(harness.press(from));
+    EXPECT_EQ(dragger->dragMode(), ExtraHandlesDragger::SCREEN_DRAG_MODE);
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
+    for (const osg::Vec2d& to : {osg::Vec2d(420, 250), osg::Vec2d(300, 380)}) {
+        harness.drag(to);
+        // The harness counts window rows from HEIGHT, the event range from
+        // HEIGHT - 1: the pointer lies one pixel below what `project` says.
+        EXPECT_LE((harness.project(centre()) - to).length(), kPixelRowOffset);
+        EXPECT_NEAR(centre() * lineOfSight, 0.0, 1e-6) << "in the plane through the start centre";
+        EXPECT_EQ(store.pose.getTrans(), centre());
+    }
+    harness.release(osg::Vec2d(300, 380));
+    EXPECT_TRUE(closeTo(store.pose.getTrans(), centre(), 1e-9));
+}
+
+TEST_F(ExtraHandlesTest, ViewRingTurnsAboutTheLineOfSightByTheAngleRoundTheCentre)
+{
+    struct Row
+    {
+        const char* name;
+        double degrees;
+        int steps;
+    };
+    const Row rows[] = {
+        {"counter-clockwise", 40, 3}, {"clockwise", -30, 2}, {"past half a turn", 270, 9}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        store.pose = osg::Matrixd::translate(0.2, 0.1, 0);
+        harness.frame();
+        const osg::Vec3d axis = towardsEye();
+        turnViewRing(row.degrees, row.steps);
+        EXPECT_EQ(dragger->dragMode(), ExtraHandlesDragger::VIEW_RING_DRAG_MODE);
+        EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
+        harness.release(aroundCentre(row.degrees, viewRingPixels()));
+        const osg::Quat expected(osg::DegreesToRadians(row.degrees), axis);
+        EXPECT_LT(angleBetween(store.pose.getRotate(), expected), kAngleTolerance);
+        EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(0.2, 0.1, 0), 1e-6));
+    }
+}
+
+TEST_F(ExtraHandlesTest, DeferredDragsReportDistanceOrAngleAndWriteOnlyAtRelease)
+{
+    dragger->setValueOnRelease(true);
+    SignalLog log(dragger.get());
+    const osg::Vec2d from = harness.project(squareCentre(2));
+    harness.dragFromTo(from, from + osg::Vec2d(40, 0), 2);
+    ASSERT_EQ(log.values.size(), 2u);
+    EXPECT_NEAR(log.values[1], store.pose.getTrans().length(), 1e-9) << "plane: distance";
+    EXPECT_EQ(store.writes.size(), 1u);
+    EXPECT_EQ(log.count("changed"), 1);
+
+    log.values.clear();
+    const osg::Vec3d start = centre();
+    harness.dragFromTo(harness.project(start), harness.project(start) + osg::Vec2d(0, 30), 2);
+    ASSERT_EQ(log.values.size(), 2u);
+    EXPECT_NEAR(log.values[1], (centre() - start).length(), 1e-9) << "screen: distance";
+    EXPECT_EQ(store.writes.size(), 2u);
+
+    log.values.clear();
+    turnViewRing(-50, 2);
+    ASSERT_EQ(log.values.size(), 2u);
+    EXPECT_NEAR(log.values[1], osg::DegreesToRadians(-50.0), kAngleTolerance) << "ring: angle";
+    EXPECT_EQ(store.writes.size(), 2u);
+    harness.release(aroundCentre(-50, viewRingPixels()));
+    EXPECT_EQ(store.writes.size(), 3u);
+    EXPECT_EQ(log.names.back(), "done");
+}
+
+TEST_F(ExtraHandlesTest, AlignedDragOnAPlaneHandleReseatsOnTheReferenceFrame)
+{
+    const osg::Quat referenceFrame(osg::PI_2, osg::Z_AXIS);
+    dragger->setReferenceFrame(referenceFrame);
+    dragger->setIsAlignedWithReferenceFrame(true);
+    harness.frame();
+    const osg::Vec2d from = harness.project(squareCentre(2));
+    harness.dragFromTo(from, from + osg::Vec2d(30, 10), 2);
+    EXPECT_NEAR(store.pose.getTrans().z(), 0.0, 1e-6);
+    EXPECT_GT(store.pose.getTrans().length(), 0.02);
+    EXPECT_TRUE(store.pose.getRotate() == osg::Quat()) << "the host keeps its orientation";
+    EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
+}
+
+TEST_F(ExtraHandlesTest, BadViewsOfAPlaneLeaveAFinitePoseInThePlane)
+{
+    struct Row
+    {
+        const char* name;
+        osg::Vec3d eye;
+        osg::Vec3d lookingAt;
+        osg::Vec2d dragBy;
+        bool planeTaken;
+        bool moves;
+    };
+    const Row rows[] = {
+        {"XY plane edge-on", {0, -5, 0}, {}, {0, -100}, false, false},
+        {"ray parallel to the XY plane", {0.5, -5, 3}, {}, {0, -2500}, true, false},
+        {"camera inside the gizmo", {0.25, 0.1, 0.3}, {0.3, 0.3, 0}, {120, 60}, true, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        store.pose = osg::Matrixd();
+        harness.frame();
+        harness.lookAt(row.eye, row.lookingAt, osg::Z_AXIS);
+        const osg::Vec2d from = harness.project(squareCentre(2));
+        harness.press(from);
+        EXPECT_EQ(dragger->dragMode() == ExtraHandlesDragger::PLANE_DRAG_MODE, row.planeTaken);
+        harness.drag(from + row.dragBy);
+        harness.release(from + row.dragBy);
+        EXPECT_TRUE(Rk::isFinite(dragger->getMatrix()));
+        if (row.planeTaken) {
+            EXPECT_NEAR(store.pose.getTrans().z(), 0.0, 1e-9);
+            EXPECT_EQ(store.pose.getTrans().length() > 0.01, row.moves);
+        }
     }
 }

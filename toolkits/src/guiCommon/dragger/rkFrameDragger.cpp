@@ -17,6 +17,7 @@ FrameDragger::FrameDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScreen
 
 FrameDragger::~FrameDragger()
 {
+    m_extraHandles = nullptr;
     m_rotateDragger = nullptr;
     m_translateDragger = nullptr;
 }
@@ -29,6 +30,7 @@ void FrameDragger::createChildren(Rk::DraggerReceiver* childReceiver, bool autoS
     m_rotateDragger = new RotateDragger(childReceiver, autoScaleToScreen);
     addChild(m_rotateDragger.get());
     addDragger(m_rotateDragger.get());
+    m_extraOptions.autoScaleToScreen = autoScaleToScreen;
     // Makes this dragger the parent of the children and of all six handles,
     // so that any handle moves the frame's own matrix.
     setParentDragger(getParentDragger());
@@ -38,13 +40,42 @@ void FrameDragger::setupDefaultGeometry()
 {
     m_translateDragger->setupDefaultGeometry();
     m_rotateDragger->setupDefaultGeometry();
+    rebuildExtraHandles();
     setScale(scale());
+}
+
+void FrameDragger::setHandleSet(int flags)
+{
+    m_extraOptions.handleSet = flags & ExtraHandlesDragger::ALL_HANDLES;
+}
+
+void FrameDragger::rebuildExtraHandles()
+{
+    // The handle being dragged must outlive its drag.
+    if (getDraggerActive())
+        return;
+    if (m_extraHandles) {
+        removeDragger(m_extraHandles.get());
+        removeChild(m_extraHandles.get());
+        m_extraHandles = nullptr;
+    }
+    if (m_extraOptions.handleSet == 0)
+        return;
+    m_extraHandles = new ExtraHandlesDragger(m_extraOptions);
+    m_extraHandles->setupDefaultGeometry();
+    m_extraHandles->setMatrix(osg::Matrixd::scale(scale(), scale(), scale()));
+    m_extraHandles->Composite3DDragger::showDraggers(m_translateDragger->getNodeMask() != 0);
+    addChild(m_extraHandles.get());
+    addDragger(m_extraHandles.get());
+    setParentDragger(getParentDragger());
 }
 
 void FrameDragger::setCylinderGeometry(float radius, float height, float width)
 {
     m_rotateDragger->setGeometryProperties(width, radius);
     m_translateDragger->setGeometryProperties(width, radius, height);
+    m_extraOptions.ringRadius = radius;
+    m_extraOptions.pickTubeRadius = width;
 }
 
 void FrameDragger::showDraggers(bool show)
@@ -55,6 +86,8 @@ void FrameDragger::showDraggers(bool show)
     m_rotateDragger->Composite3DDragger::showDraggers(show);
     if (!show)
         clearHoverHighlight();
+    if (m_extraHandles)
+        m_extraHandles->Composite3DDragger::showDraggers(show);
 }
 
 void FrameDragger::setFromChildDraggerActive()
@@ -67,8 +100,17 @@ void FrameDragger::setFromChildDraggerActive()
     if (activeAxis() != NO_AXIS)
         return;
     Composite3DDragger::setActiveAxis(m_rotateDragger->activeAxis());
-    if (activeAxis() != NO_AXIS)
+    if (activeAxis() != NO_AXIS) {
         setDragMode(RotateDragger::ROTATION_DRAG_MODE);
+        return;
+    }
+    if (!m_extraHandles)
+        return;
+    m_extraHandles->setFromChildDraggerActive();
+    if (ExtraHandlesDragger::ownsDragMode(m_extraHandles->dragMode())) {
+        Composite3DDragger::setActiveAxis(m_extraHandles->activeAxis());
+        setDragMode(m_extraHandles->dragMode());
+    }
 }
 
 bool FrameDragger::handle(const osgManipulator::PointerInfo& pointer,
@@ -103,7 +145,7 @@ void FrameDragger::pressed()
 
 void FrameDragger::dragged()
 {
-    if (activeAxis() == NO_AXIS)
+    if (!dragsAHandle())
         return;
     if (!valueOnRelease()) {
         setReceiverMatrix();
@@ -121,9 +163,20 @@ double FrameDragger::commandValueOfDrag() const
         return commandDistance(dragStartMatrix(), getMatrix(), activeAxis());
     case RotateDragger::ROTATION_DRAG_MODE:
         return commandAngle(dragStartMatrix().getRotate(), getMatrix().getRotate(), activeAxis());
+    case ExtraHandlesDragger::PLANE_DRAG_MODE:
+    case ExtraHandlesDragger::SCREEN_DRAG_MODE:
+        return (getMatrix().getTrans() - dragStartMatrix().getTrans()).length();
+    case ExtraHandlesDragger::VIEW_RING_DRAG_MODE:
+        return m_extraHandles->viewRing()->turnedRadians();
     default:
         return commandValue();
     }
+}
+
+bool FrameDragger::dragsAHandle() const
+{
+    // The screen handle and the view ring have no axis but their own mode.
+    return activeAxis() != NO_AXIS || ExtraHandlesDragger::ownsDragMode(dragMode());
 }
 
 void FrameDragger::released()

@@ -1,0 +1,144 @@
+#include "rkExtraHandlesDragger.h"
+
+#include "rkDraggerUtility.h"
+#include "rkExtraHandleGeometry.h"
+#include "rkFacingTransform.h"
+#include "rkThreeAxisDragger.h"
+
+#include <osg/AutoTransform>
+#include <osgManipulator/AntiSquish>
+
+namespace Rk {
+
+namespace {
+
+const int kNoDragMode = 0;
+const osg::Vec4 kScreenHandleColour(1.0f, 1.0f, 1.0f, 1.0f);
+const osg::Vec4 kViewRingColour(0.8f, 0.8f, 0.8f, 1.0f);
+// The arrows' and rings' pick colour, with the planes' transparency.
+const osg::Vec4 kPickYellow(1.0f, 1.0f, 0.0f, 1.0f);
+
+osg::Vec3 unit(Composite3DDragger::AxisEnum axis)
+{
+    osg::Vec3 vector;
+    vector[axis] = 1.0f;
+    return vector;
+}
+
+osg::Vec4 withAlpha(osg::Vec4 colour, float alpha)
+{
+    colour.a() = alpha;
+    return colour;
+}
+
+// The same chain as the axis rings': screen-sized, unsquished, model size
+// SCREEN_SCALE, so that the view ring keeps its size beside them.
+osg::Group* createScreenScaleChain(osg::Group* parent)
+{
+    const double scale = RotateDragger::SCREEN_SCALE;
+    osg::MatrixTransform* scaler =
+        new osg::MatrixTransform(osg::Matrixd::scale(scale, scale, scale));
+    osg::AutoTransform* autoTransform = new osg::AutoTransform;
+    autoTransform->setAutoScaleToScreen(true);
+    autoTransform->addChild(scaler);
+    osgManipulator::AntiSquish* antiSquish = new osgManipulator::AntiSquish;
+    antiSquish->addChild(autoTransform);
+    parent->addChild(antiSquish);
+    return scaler;
+}
+
+} // namespace
+
+ExtraHandlesDragger::ExtraHandlesDragger(const Options& options)
+    : Composite3DDragger(static_cast<Rk::DraggerReceiver*>(nullptr)), m_options(options)
+{
+    if (m_options.handleSet & PLANE_HANDLES) {
+        for (int axis = X_AXIS; axis <= Z_AXIS; ++axis) {
+            m_planeHandles[axis] = new PlaneHandle(AxisEnum(axis));
+            addHandle(m_planeHandles[axis].get());
+        }
+    }
+    if (m_options.handleSet & SCREEN_HANDLE) {
+        m_screenHandle = new ScreenHandle;
+        addHandle(m_screenHandle.get());
+    }
+    if (m_options.handleSet & VIEW_RING) {
+        m_viewRing = new ViewRing;
+        addHandle(m_viewRing.get());
+    }
+    // Makes this dragger the parent of its handles until the frame adopts it.
+    setParentDragger(getParentDragger());
+}
+
+ExtraHandlesDragger::~ExtraHandlesDragger() = default;
+
+void ExtraHandlesDragger::addHandle(osgManipulator::Dragger* handle)
+{
+    addChild(handle);
+    addDragger(handle);
+}
+
+void ExtraHandlesDragger::setupDefaultGeometry()
+{
+    for (const osg::ref_ptr<PlaneHandle>& plane : m_planeHandles) {
+        if (!plane)
+            continue;
+        const osg::Vec3 first = unit(plane->firstInPlane());
+        const osg::Vec3 second = unit(plane->secondInPlane());
+        plane->addChild(RkExtraHandleGeometry::createPlaneSquareGeode(
+            (first + second) * PLANE_OFFSET, first, second, PLANE_HALF_SIZE));
+        plane->setColor(withAlpha(axisColour(plane->normalAxis()), PLANE_ALPHA));
+        plane->setPickColor(withAlpha(kPickYellow, PLANE_ALPHA));
+    }
+    if (m_screenHandle) {
+        m_screenHandle->addChild(
+            RkExtraHandleGeometry::createScreenHandleGeode(SCREEN_HANDLE_RADIUS));
+        m_screenHandle->setColor(kScreenHandleColour);
+        m_screenHandle->setPickColor(kPickYellow);
+    }
+    if (m_viewRing) {
+        viewRingParent()->addChild(RkDraggerUtility::createRotateDraggerTorusGeode(
+            viewRingRadius(), m_options.pickTubeRadius, RotateDragger::RING_LINE_WIDTH));
+        m_viewRing->setColor(kViewRingColour);
+    }
+}
+
+osg::Group* ExtraHandlesDragger::viewRingParent()
+{
+    FacingTransform* facing = new FacingTransform;
+    if (m_options.autoScaleToScreen)
+        createScreenScaleChain(m_viewRing.get())->addChild(facing);
+    else
+        m_viewRing->addChild(facing);
+    return facing;
+}
+
+void ExtraHandlesDragger::setFromChildDraggerActive()
+{
+    for (const osg::ref_ptr<PlaneHandle>& plane : m_planeHandles) {
+        if (plane && plane->getDraggerActive()) {
+            setActiveAxis(plane->normalAxis());
+            setDragMode(PLANE_DRAG_MODE);
+            return;
+        }
+    }
+    setActiveAxis(NO_AXIS);
+    if (m_screenHandle && m_screenHandle->getDraggerActive())
+        setDragMode(SCREEN_DRAG_MODE);
+    else if (m_viewRing && m_viewRing->getDraggerActive())
+        setDragMode(VIEW_RING_DRAG_MODE);
+    else
+        setDragMode(kNoDragMode);
+}
+
+bool ExtraHandlesDragger::ownsDragMode(int mode)
+{
+    return mode == PLANE_DRAG_MODE || mode == SCREEN_DRAG_MODE || mode == VIEW_RING_DRAG_MODE;
+}
+
+PlaneHandle* ExtraHandlesDragger::planeHandle(AxisEnum axis) const
+{
+    return axis >= X_AXIS && axis <= Z_AXIS ? m_planeHandles[axis].get() : nullptr;
+}
+
+} // namespace Rk

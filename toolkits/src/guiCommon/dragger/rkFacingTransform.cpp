@@ -1,0 +1,51 @@
+#include "rkFacingTransform.h"
+
+#include "rkFinite.h"
+
+#include <osg/NodeVisitor>
+
+namespace Rk {
+
+FacingTransform::FacingTransform() = default;
+
+FacingTransform::~FacingTransform() = default;
+
+void FacingTransform::faceEyeOf(osg::NodeVisitor* visitor) const
+{
+    if (!visitor)
+        return;
+    // Both the cull and the pick give the eye in the coordinates of this
+    // transform's parent while they ask for its matrix.
+    const osg::Vec3d eye = visitor->getEyePoint();
+    if (!isFinite(eye) || eye.length2() == 0.0)
+        return;
+    osg::Quat facing;
+    facing.makeRotate(osg::Vec3d(osg::Z_AXIS), eye);
+    if (isFinite(facing))
+        m_facing = facing;
+}
+
+bool FacingTransform::computeLocalToWorldMatrix(osg::Matrix& matrix,
+                                                osg::NodeVisitor* visitor) const
+{
+    faceEyeOf(visitor);
+    if (_referenceFrame == RELATIVE_RF)
+        matrix.preMultRotate(m_facing);
+    else
+        matrix.makeRotate(m_facing);
+    return true;
+}
+
+bool FacingTransform::computeWorldToLocalMatrix(osg::Matrix& matrix,
+                                                osg::NodeVisitor* visitor) const
+{
+    faceEyeOf(visitor);
+    const osg::Matrix inverse = osg::Matrix::rotate(m_facing.inverse());
+    if (_referenceFrame == RELATIVE_RF)
+        matrix.postMult(inverse);
+    else
+        matrix = inverse;
+    return true;
+}
+
+} // namespace Rk

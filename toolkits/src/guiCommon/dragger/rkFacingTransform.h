@@ -1,0 +1,42 @@
+#ifndef RK_FACING_TRANSFORM_H
+#define RK_FACING_TRANSFORM_H
+
+#include <osg/Quat>
+#include <osg/Transform>
+
+namespace Rk {
+
+/// A transform that turns its children's +Z towards the eye of whichever
+/// traversal asks for its matrix: the cull of each view as it draws, and
+/// each pick (`osgUtil::IntersectionVisitor`) as it tests, so that a flat
+/// ring below it faces the camera in the very view that picks it, before
+/// any frame has been drawn too. The rotation about +Z is the shortest one
+/// from +Z and carries no meaning.
+///
+/// Without a visitor (bounds, paths computed outside a traversal) it uses
+/// the rotation of the last visitor. An eye at the transform's origin (the
+/// camera inside the gizmo) or a non-finite one keeps the last rotation
+/// (identity at first).
+class FacingTransform : public osg::Transform
+{
+public:
+    FacingTransform();
+
+    bool computeLocalToWorldMatrix(osg::Matrix& matrix, osg::NodeVisitor* visitor) const override;
+    bool computeWorldToLocalMatrix(osg::Matrix& matrix, osg::NodeVisitor* visitor) const override;
+
+    /// The rotation last used (own +Z onto the direction of the eye).
+    const osg::Quat& facing() const { return m_facing; }
+
+protected:
+    ~FacingTransform() override;
+
+private:
+    void faceEyeOf(osg::NodeVisitor* visitor) const;
+
+    mutable osg::Quat m_facing;
+};
+
+} // namespace Rk
+
+#endif
