@@ -280,6 +280,8 @@ TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogAndRedoForward
         EXPECT_EQ(window->plugin().endEffectorPose(), poses[step]);
     }
     EXPECT_FALSE(redo->isEnabled());
+}
+
 TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)
 {
     auto* toggle = window->findChild<QAction*>("moreHandlesAction");
