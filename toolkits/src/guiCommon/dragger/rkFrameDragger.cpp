@@ -54,6 +54,9 @@ void FrameDragger::rebuildExtraHandles()
     // The handle being dragged must outlive its drag.
     if (getDraggerActive())
         return;
+    // The old handles live until the new ones exist, so that nothing that
+    // remembers a handle can take a new one for the old.
+    const osg::ref_ptr<ExtraHandlesDragger> previous = m_extraHandles;
     if (m_extraHandles) {
         removeDragger(m_extraHandles.get());
         removeChild(m_extraHandles.get());

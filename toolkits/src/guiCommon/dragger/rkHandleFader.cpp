@@ -52,7 +52,7 @@ void HandleFader::matchHandles()
     const std::vector<osgManipulator::Dragger*>& handles = m_shapes.handles();
     bool same = handles.size() == m_states.size();
     for (std::size_t i = 0; same && i < handles.size(); ++i)
-        same = m_states[i].handle == handles[i];
+        same = m_states[i].handle.get() == handles[i];
     if (same)
         return;
     clear();
@@ -70,7 +70,8 @@ void HandleFader::update(const osg::Camera& camera, const osg::Node& owner, doub
     if (!isFinite(sight) || sight.length2() == 0.0)
         return;
     for (State& state : m_states)
-        setFaded(state, shouldFade(*state.handle, sight, limitDegrees));
+        if (state.handle.valid())
+            setFaded(state, shouldFade(*state.handle, sight, limitDegrees));
 }
 
 bool HandleFader::shouldFade(osgManipulator::Dragger& handle, const osg::Vec3d& sight,
@@ -118,14 +119,17 @@ void HandleFader::setFaded(State& state, bool faded)
 
 void HandleFader::clear()
 {
+    // A handle destroyed since (a frame dragger's rebuilt optional handles)
+    // has nothing left to give back.
     for (State& state : m_states)
-        setFaded(state, false);
+        if (state.handle.valid())
+            setFaded(state, false);
 }
 
 bool HandleFader::faded(const osgManipulator::Dragger* handle) const
 {
     for (const State& state : m_states)
-        if (state.handle == handle)
+        if (state.handle.get() == handle)
             return state.faded;
     return false;
 }

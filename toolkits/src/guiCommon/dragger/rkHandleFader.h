@@ -2,6 +2,7 @@
 #define RK_HANDLE_FADER_H
 
 #include <osg/Vec4>
+#include <osg/observer_ptr>
 #include <osgManipulator/Dragger>
 
 #include <vector>
@@ -45,7 +46,7 @@ public:
 private:
     struct State
     {
-        osgManipulator::Dragger* handle;
+        osg::observer_ptr<osgManipulator::Dragger> handle;
         bool faded;
         osg::Vec4 ownColour;
     };

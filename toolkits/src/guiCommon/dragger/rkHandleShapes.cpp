@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace Rk {
@@ -140,13 +141,17 @@ void HandleShapes::addPiece(std::vector<Piece>& pieces, std::vector<osg::Vec3>& 
 unsigned int HandleShapes::childSignature() const
 {
     // Handles and their children only ever get added or removed as a whole,
-    // so their counts tell when the shapes read before are out of date.
+    // so the handles themselves and their counts of children tell when the
+    // shapes read before are out of date (a frame dragger replaces its
+    // optional handles with new ones of the same layout).
     unsigned int signature = 0;
     const auto count = [&signature](osgManipulator::CompositeDragger& composite,
                                     const auto& self) -> void {
         for (unsigned int i = 0; i < composite.getNumDraggers(); ++i) {
             osgManipulator::Dragger* dragger = composite.getDragger(i);
+            const auto address = reinterpret_cast<std::uintptr_t>(dragger);
             signature = signature * 31u + dragger->getNumChildren() + 1u;
+            signature = signature * 31u + static_cast<unsigned int>(address ^ (address >> 32));
             if (auto* inner = dynamic_cast<osgManipulator::CompositeDragger*>(dragger))
                 self(*inner, self);
         }

@@ -79,11 +79,13 @@ void HandlingAids::showHover(osgManipulator::Dragger* target)
 osg::Camera* HandlingAids::cameraOf(osgViewer::View& view) const
 {
     // The pick maps the pointer through the first camera above the dragger
-    // (a HUD camera, say), else through the view's own camera.
+    // in the scene (a HUD camera, say), else through the view's own camera.
+    // A camera that belongs to a view is a view's master camera: with
+    // several views of one scene the first parent may lead to another one.
     for (const osg::Node* node = &m_owner; node;
          node = node->getNumParents() ? node->getParent(0) : nullptr)
         if (const osg::Camera* camera = node->asCamera())
-            return const_cast<osg::Camera*>(camera);
+            return camera->getView() ? view.getCamera() : const_cast<osg::Camera*>(camera);
     return view.getCamera();
 }
 
@@ -97,23 +99,32 @@ void HandlingAids::beforeEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIAc
         return;
     switch (event.getEventType()) {
     case osgGA::GUIEventAdapter::FRAME:
-        if (m_viewAngleLimit > 0.0 && cameraOf(*view))
-            m_fader.update(*cameraOf(*view), m_owner, m_viewAngleLimit);
+        fadeFor(*view);
         if (m_fader.faded(m_hover.hovered()))
             clearHover();
         break;
     case osgGA::GUIEventAdapter::MOVE:
+        // Several views may show the dragger: a pointer event picks with the
+        // fading of the view it comes from, whichever view drew last.
+        fadeFor(*view);
         if (m_hoverHighlight)
             showHover(m_owner.draggingEnabled() && !event.getHandled() ? pressTarget(event, *view)
                                                                        : nullptr);
         break;
     case osgGA::GUIEventAdapter::PUSH:
+        fadeFor(*view);
         if (m_hoverHighlight && event.getHandled())
             clearHover();
         break;
     default:
         break;
     }
+}
+
+void HandlingAids::fadeFor(osgViewer::View& view)
+{
+    if (m_viewAngleLimit > 0.0 && cameraOf(view))
+        m_fader.update(*cameraOf(view), m_owner, m_viewAngleLimit);
 }
 
 void HandlingAids::afterEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)

@@ -63,6 +63,7 @@ public:
     void clearHover();
 
 private:
+    void fadeFor(osgViewer::View& view);
     HandleShapes::Nearest nearbyHandle(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
                                        const HandleShapes::Projection& projection);
     osgManipulator::Dragger* pressTarget(const osgGA::GUIEventAdapter& event,
