@@ -1,23 +1,42 @@
 #include "rkHandlingControls.h"
 
+#include "rkExtraHandlesDragger.h"
 #include "rkFrameDragger.h"
 #include "rkOsgViewWidget.h"
 #include "rkThreeAxisDragger.h"
 
 #include <QAction>
+#include <QDoubleSpinBox>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMouseEvent>
 #include <QStatusBar>
 #include <QToolBar>
 #include <osgViewer/GraphicsWindow>
 
+#include <cmath>
+
 namespace {
 
 using Event = osgGA::GUIEventAdapter;
 
 const double kMillimetresPerMetre = 1000.0;
+const double kLargestSnapMillimetres = 1000.0;
+const double kLargestSnapDegrees = 180.0;
 const char* const kAxisNames[] = {"X", "Y", "Z"};
+// A plane handle's active axis is its plane's normal.
+const char* const kPlaneNames[] = {"YZ", "ZX", "XY"};
+
+// "X +12.0 mm": the value with an explicit sign.
+QString signedText(const char* name, double value, const char* unit)
+{
+    return QStringLiteral("%1 %2%3%4")
+        .arg(name)
+        .arg(value < 0.0 ? "-" : "+")
+        .arg(std::fabs(value), 0, 'f', 1)
+        .arg(QString::fromUtf8(unit));
+}
 
 osgGA::EventQueue* queueOf(QObject* watched)
 {
@@ -61,12 +80,10 @@ RkHandlingControls::RkHandlingControls(QMainWindow* window, Rk::FrameDragger* dr
     m_dragger->setCancelKey(Event::KEY_Escape);
     QToolBar* tools = window->addToolBar(tr("Handling"));
     tools->setObjectName("handlingToolBar");
-    m_snapAction = tools->addAction(tr("Snap"));
-    m_snapAction->setObjectName("snapAction");
-    m_snapAction->setCheckable(true);
-    m_snapAction->setToolTip(tr("Move in steps of 10 mm and 15°; hold Ctrl to move freely. "
-                                "Shift: ten times finer. Esc or a right-click: cancel the drag"));
-    connect(m_snapAction, &QAction::toggled, this, &RkHandlingControls::setSnapping);
+    addSnapControls(tools);
+    addHoverToggle(tools);
+    window->statusBar()->addPermanentWidget(
+        new QLabel(tr("Shift: finer · Ctrl: no snap · Esc or right-click: cancel")));
     connect(dragger, &Rk::Composite3DDragger::signalPoseChanged, this,
             &RkHandlingControls::reportDrag);
     connect(dragger, &Rk::Composite3DDragger::signalCommandValueChanged, this,
@@ -75,35 +92,86 @@ RkHandlingControls::RkHandlingControls(QMainWindow* window, Rk::FrameDragger* dr
         view->installEventFilter(this);
 }
 
+void RkHandlingControls::addSnapControls(QToolBar* tools)
+{
+    m_snapAction = tools->addAction(tr("Snap"));
+    m_snapAction->setObjectName("snapAction");
+    m_snapAction->setCheckable(true);
+    m_snapAction->setToolTip(tr("Move and turn in the steps beside; hold Ctrl to move freely. "
+                                "Shift: ten times finer. Esc or a right-click: cancel the drag"));
+    connect(m_snapAction, &QAction::toggled, this, &RkHandlingControls::setSnapping);
+    const auto addStep = [&](const char* name, const QString& suffix, double value, double top) {
+        auto* box = new QDoubleSpinBox;
+        box->setObjectName(name);
+        box->setRange(0.1, top);
+        box->setDecimals(1);
+        box->setSuffix(suffix);
+        box->setValue(value);
+        connect(box, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this,
+                [this] { setSnapping(m_snapAction->isChecked()); });
+        tools->addWidget(box);
+        return box;
+    };
+    m_snapMillimetres = addStep("snapMillimetres", tr(" mm"), SNAP_METRES * kMillimetresPerMetre,
+                                kLargestSnapMillimetres);
+    m_snapDegrees = addStep("snapDegrees", tr("°"), SNAP_DEGREES, kLargestSnapDegrees);
+}
+
+void RkHandlingControls::addHoverToggle(QToolBar* tools)
+{
+    m_hoverAction = tools->addAction(tr("Hover highlight"));
+    m_hoverAction->setObjectName("hoverAction");
+    m_hoverAction->setCheckable(true);
+    m_hoverAction->setChecked(m_dragger->hoverHighlight());
+    m_hoverAction->setToolTip(tr("Show in yellow the handle a press would take"));
+    connect(m_hoverAction, &QAction::toggled, this,
+            [this](bool on) { m_dragger->setHoverHighlight(on); });
+}
+
 void RkHandlingControls::setSnapping(bool on)
 {
-    m_dragger->setTranslationSnap(on ? SNAP_METRES : 0.0);
-    m_dragger->setRotationSnap(on ? osg::DegreesToRadians(SNAP_DEGREES) : 0.0);
+    const double metres = m_snapMillimetres->value() / kMillimetresPerMetre;
+    m_dragger->setTranslationSnap(on ? metres : 0.0);
+    m_dragger->setRotationSnap(on ? osg::DegreesToRadians(m_snapDegrees->value()) : 0.0);
 }
 
 void RkHandlingControls::reportDrag()
 {
-    const Rk::Composite3DDragger::AxisEnum axis = m_dragger->activeAxis();
-    if (!m_dragger->getDraggerActive() || axis == Rk::Composite3DDragger::NO_AXIS)
+    if (!m_dragger->getDraggerActive())
         return;
+    const QString text = dragText();
+    if (!text.isEmpty())
+        m_window->statusBar()->showMessage(text);
+}
+
+QString RkHandlingControls::dragText() const
+{
+    const Rk::Composite3DDragger::AxisEnum axis = m_dragger->activeAxis();
     const osg::Matrixd& start = m_dragger->dragStartMatrix();
     const osg::Matrixd& now = m_dragger->getMatrix();
-    QString text;
-    if (m_dragger->dragMode() == Rk::TranslateDragger::TRANSLATION_DRAG_MODE)
-        text = QStringLiteral("%1 %2 mm")
-                   .arg(kAxisNames[axis])
-                   .arg(Rk::commandDistance(start, now, axis) * kMillimetresPerMetre, 0, 'f', 1);
-    else
-        text = QStringLiteral("%1 %2°")
-                   .arg(kAxisNames[axis])
-                   .arg(osg::RadiansToDegrees(
-                            Rk::commandAngle(start.getRotate(), now.getRotate(), axis)),
-                        0, 'f', 1);
-    // An explicit sign: "X +12.0 mm".
-    const int number = text.indexOf(' ') + 1;
-    if (text.at(number) != '-')
-        text.insert(number, '+');
-    m_window->statusBar()->showMessage(text);
+    const double movedMillimetres =
+        (now.getTrans() - start.getTrans()).length() * kMillimetresPerMetre;
+    switch (m_dragger->dragMode()) {
+    case Rk::TranslateDragger::TRANSLATION_DRAG_MODE:
+        return signedText(kAxisNames[axis],
+                          Rk::commandDistance(start, now, axis) * kMillimetresPerMetre, " mm");
+    case Rk::RotateDragger::ROTATION_DRAG_MODE:
+        return signedText(
+            kAxisNames[axis],
+            osg::RadiansToDegrees(Rk::commandAngle(start.getRotate(), now.getRotate(), axis)), "°");
+    case Rk::ExtraHandlesDragger::PLANE_DRAG_MODE:
+        return tr("%1 plane %2 mm").arg(kPlaneNames[axis]).arg(movedMillimetres, 0, 'f', 1);
+    case Rk::ExtraHandlesDragger::SCREEN_DRAG_MODE:
+        return tr("Screen %1 mm").arg(movedMillimetres, 0, 'f', 1);
+    case Rk::ExtraHandlesDragger::VIEW_RING_DRAG_MODE: {
+        double radians = 0.0;
+        osg::Vec3d turnAxis;
+        (start.getRotate().inverse() * now.getRotate()).getRotate(radians, turnAxis);
+        return tr("View ring %1°").arg(osg::RadiansToDegrees(radians), 0, 'f', 1);
+    }
+    default:
+        return QString();
+    }
 }
 
 bool RkHandlingControls::eventFilter(QObject* watched, QEvent* event)

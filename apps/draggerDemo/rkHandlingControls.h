@@ -3,19 +3,23 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QString>
 #include <QVector>
 
 class QAction;
+class QDoubleSpinBox;
 class QMainWindow;
+class QToolBar;
 class RkOsgViewWidget;
 namespace Rk {
 class FrameDragger;
 }
 
-/// The demo's handling: a "Snap" tool-bar toggle (10 mm and 15 degree
-/// steps), Shift for ten times finer motion, Esc or a right-click during a
-/// drag to cancel it, and the running distance or angle in the status bar
-/// ("X +12.0 mm", "Z +15.0°").
+/// The demo's handling: a "Snap" tool-bar toggle with its two steps
+/// (editable, 10 mm and 15 degrees to start with), a "Hover highlight"
+/// toggle, Shift for ten times finer motion, Esc or a right-click during a
+/// drag to cancel it, the running distance or angle in the status bar
+/// ("X +12.0 mm", "Z +15.0°") and what the keys do beside it.
 ///
 /// Watches the views' Qt events: it hands the held Shift and Ctrl to the
 /// viewer with every event (as a window system does), sends Ctrl and Esc as
@@ -37,18 +41,25 @@ public:
                        const QVector<RkOsgViewWidget*>& views);
 
     QAction* snapAction() const { return m_snapAction; }
+    QAction* hoverAction() const { return m_hoverAction; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void addSnapControls(QToolBar* tools);
+    void addHoverToggle(QToolBar* tools);
     void setSnapping(bool on);
     void reportDrag();
+    QString dragText() const;
     bool cancelOnRightClick(QEvent* event);
 
     QMainWindow* m_window;
     Rk::FrameDragger* m_dragger;
     QAction* m_snapAction = nullptr;
+    QAction* m_hoverAction = nullptr;
+    QDoubleSpinBox* m_snapMillimetres = nullptr;
+    QDoubleSpinBox* m_snapDegrees = nullptr;
 };
 
 #endif

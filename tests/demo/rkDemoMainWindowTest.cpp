@@ -1,5 +1,6 @@
 #include "rkDemoMainWindow.h"
 #include "rkDraggerDlg.h"
+#include "rkExtraHandlesDragger.h"
 #include "rkFrameDragger.h"
 #include "rkImageDragger.h"
 #include "rkJogPanel.h"
@@ -72,6 +73,14 @@ TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDia
         SCOPED_TRACE(view->objectName().toStdString());
         const osg::Vec3d start = hostPosition();
         const osg::Vec3d grab = start + osg::Vec3d(kArrowLength * kGrabAlongArrow, 0, 0);
+        QTest::mouseMove(view, onScreen(view, grab));
+        QTest::qWait(kSettleMs);
+        EXPECT_EQ(window->frameDragger()->hoveredHandle(),
+                  window->frameDragger()->translateDragger()->xDragger());
+        // The README's picture: the highlighted arrow, the extra handles, both views.
+        const QString picture = qEnvironmentVariable("RKDRAGGER_DEMO_PICTURE");
+        if (view == window->view() && !picture.isEmpty())
+            EXPECT_TRUE(window->grab().save(picture, "PNG"));
         QTest::mousePress(view, Qt::LeftButton, {}, onScreen(view, grab));
         QTest::qWait(kSettleMs);
         for (int step = 1; step <= 4; ++step) {
@@ -298,6 +307,27 @@ TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)
     EXPECT_EQ(window->frameDragger()->extraHandles()->getMatrix(),
               window->frameDragger()->translateDragger()->getMatrix())
         << "rebuilt at the gizmo's scale";
+    QTest::qWait(kSettleMs);
+
+    // The XY square moves the tool in its plane: z stays.
+    const double offset =
+        Rk::ExtraHandlesDragger::PLANE_OFFSET * Rk::Composite3DDragger::DEFAULT_SCALE;
+    const osg::Vec3d start = hostPosition();
+    const osg::Vec3d grab = start + osg::Vec3d(offset, offset, 0);
+    const osg::Vec3d moveBy(0.05, 0.03, 0);
+    RkOsgViewWidget* view = window->view();
+    QTest::mousePress(view, Qt::LeftButton, {}, onScreen(grab));
+    QTest::qWait(kSettleMs);
+    QTest::mouseMove(view, onScreen(grab + moveBy * 0.5));
+    QTest::qWait(30);
+    QTest::mouseMove(view, onScreen(grab + moveBy));
+    QTest::qWait(30);
+    QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(grab + moveBy));
+    QTest::qWait(kSettleMs);
+    const osg::Vec3d moved = hostPosition() - start;
+    EXPECT_NEAR(moved.x(), moveBy.x(), 0.005);
+    EXPECT_NEAR(moved.y(), moveBy.y(), 0.005);
+    EXPECT_NEAR(moved.z(), 0.0, 1e-9);
 }
 
 int countPixels(const QImage& image, bool (*match)(QRgb))
