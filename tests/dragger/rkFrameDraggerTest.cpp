@@ -601,6 +601,20 @@ TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnder
                                                        "changed", "changed", "changed", "done"}));
         EXPECT_EQ(store.writes.size(), 5u) << "the third child writes nothing of its own";
     }
+
+    // With a translation step the motion snaps along both axes of the plane.
+    const double step = 0.05;
+    dragger->setTranslationSnap(step);
+    const osg::Vec3d startTrans = centre();
+    const osg::Vec2d from = harness.project(squareCentre(Composite3DDragger::Z_AXIS));
+    ASSERT_TRUE(harness.press(from));
+    harness.drag(from + osg::Vec2d(60, -45));
+    const osg::Vec3d moved = centre() - startTrans;
+    harness.release(from + osg::Vec2d(60, -45));
+    EXPECT_GT(moved.length(), step);
+    for (int axis : {0, 1})
+        EXPECT_NEAR(std::remainder(moved[axis], step), 0.0, 1e-9) << axis;
+    EXPECT_NEAR(moved.z(), 0.0, 1e-9);
 }
 
 TEST_F(ExtraHandlesTest, ScreenHandleKeepsTheCentreUnderThePointerInThePlaneFacingTheCamera)

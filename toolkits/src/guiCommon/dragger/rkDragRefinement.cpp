@@ -129,7 +129,7 @@ bool DragRefinement::snapping(int dragMode) const
 {
     if (m_ctrl)
         return false;
-    if (dragMode == TRANSLATION_MODE)
+    if (dragMode == TRANSLATION_MODE || dragMode == PLANE_MODE)
         return m_translationStep > 0.0;
     if (dragMode == ROTATION_MODE)
         return m_rotationStep > 0.0;
@@ -140,21 +140,27 @@ osg::Matrixd DragRefinement::snapped(const osg::Matrixd& moved, int axis, int dr
 {
     if (!snapping(dragMode) || axis < 0 || axis > 2)
         return moved;
-    const osg::Matrixd result = dragMode == TRANSLATION_MODE ? snappedTranslation(moved, axis)
-                                                             : snappedRotation(moved, axis);
+    const unsigned axisBit = 1u << axis;
+    osg::Matrixd result = moved;
+    if (dragMode == TRANSLATION_MODE)
+        result = snappedTranslation(moved, axisBit);
+    else if (dragMode == PLANE_MODE)
+        result = snappedTranslation(moved, ALL_AXES & ~axisBit);
+    else
+        result = snappedRotation(moved, axis);
     // A step so small that the count of steps overflows gives up snapping
     // rather than a NaN pose.
     return isFinite(result) ? result : moved;
 }
 
-osg::Matrixd DragRefinement::snappedTranslation(const osg::Matrixd& moved, int axis) const
+osg::Matrixd DragRefinement::snappedTranslation(const osg::Matrixd& moved, unsigned axes) const
 {
     const osg::Quat pressRotation = m_pressPose.getRotate();
     const osg::Vec3d movedInPressFrame =
         pressRotation.inverse() * (moved.getTrans() - m_pressPose.getTrans());
     osg::Matrixd result(moved);
     result.setTrans(m_pressPose.getTrans() +
-                    pressRotation * snapTranslation(movedInPressFrame, 1u << axis));
+                    pressRotation * snapTranslation(movedInPressFrame, axes));
     return result;
 }
 

@@ -33,6 +33,10 @@ public:
     /// Drag modes this class knows (those of `Composite3DDragger`).
     static constexpr int TRANSLATION_MODE = 1;
     static constexpr int ROTATION_MODE = 2;
+    /// A frame dragger's plane handle: motion in the plane whose normal is
+    /// the active axis, snapped along both axes of the plane. The screen
+    /// handle and the view ring have no axis and are never snapped.
+    static constexpr int PLANE_MODE = 4;
     /// Largest precision factor accepted: more would fling the pointer far
     /// outside any window in one pixel of motion.
     static constexpr double MAX_PRECISION_FACTOR = 100.0;
@@ -75,7 +79,8 @@ public:
     bool snapping(int dragMode) const;
     /// `moved` with the motion since the press snapped along or about `axis`
     /// (0 X, 1 Y, 2 Z of the press frame) for `dragMode` (translation or
-    /// rotation); any other axis or mode, or a result that would not be
+    /// rotation; for a plane, along the two axes other than `axis`); any
+    /// other axis or mode, or a result that would not be
     /// finite, gives `moved` back unchanged. A step larger than the motion
     /// gives the press pose. Angles are taken in (-pi, pi]: a turn past half
     /// a revolution counts as the shorter turn the other way.
@@ -89,7 +94,7 @@ public:
     double snapAngle(double radians) const;
 
 private:
-    osg::Matrixd snappedTranslation(const osg::Matrixd& moved, int axis) const;
+    osg::Matrixd snappedTranslation(const osg::Matrixd& moved, unsigned axes) const;
     osg::Matrixd snappedRotation(const osg::Matrixd& moved, int axis) const;
 
     double m_translationStep = 0.0;

@@ -1,5 +1,7 @@
 #include "rkExtraHandlesDragger.h"
 
+#include "rkDragRefinement.h"
+
 #include "rkDraggerUtility.h"
 #include "rkExtraHandleGeometry.h"
 #include "rkFacingTransform.h"
@@ -9,6 +11,9 @@
 #include <osgManipulator/AntiSquish>
 
 namespace Rk {
+
+// Snapping knows a plane handle by its drag mode.
+static_assert(DragRefinement::PLANE_MODE == ExtraHandlesDragger::PLANE_DRAG_MODE);
 
 namespace {
 
