@@ -11,9 +11,9 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QDockWidget>
-#include <QSplitter>
 #include <QMenu>
 #include <QMenuBar>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QUndoStack>
