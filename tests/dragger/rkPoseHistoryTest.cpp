@@ -48,7 +48,9 @@ struct Scene
         : harness(kEye), stack(std::make_unique<QUndoStack>())
     {
         store.pose = start;
-        dragger = make(store.makeReceiver());
+        // Held here too: a maker that leaves the receiver out must not leak it.
+        receiver = store.makeReceiver();
+        dragger = make(receiver.get());
         dragger->setupDefaultGeometry();
         dragger->setScale(1.0);
         dragger->showDraggers(true);
@@ -110,6 +112,7 @@ struct Scene
     osg::Matrixd start = osg::Matrixd::translate(0.1, 0.2, 0.3);
     PoseStore store;
     ViewerHarness harness;
+    osg::ref_ptr<Rk::DraggerReceiver> receiver;
     osg::ref_ptr<Composite3DDragger> dragger;
     std::unique_ptr<QUndoStack> stack;
     std::unique_ptr<PoseHistory> history;
