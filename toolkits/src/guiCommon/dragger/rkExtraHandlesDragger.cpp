@@ -7,9 +7,6 @@
 #include "rkFacingTransform.h"
 #include "rkThreeAxisDragger.h"
 
-#include <osg/AutoTransform>
-#include <osgManipulator/AntiSquish>
-
 namespace Rk {
 
 // Snapping knows a plane handle by its drag mode.
@@ -34,22 +31,6 @@ osg::Vec4 withAlpha(osg::Vec4 colour, float alpha)
 {
     colour.a() = alpha;
     return colour;
-}
-
-// The same chain as the axis rings': screen-sized, unsquished, model size
-// SCREEN_SCALE, so that the view ring keeps its size beside them.
-osg::Group* createScreenScaleChain(osg::Group* parent)
-{
-    const double scale = RotateDragger::SCREEN_SCALE;
-    osg::MatrixTransform* scaler =
-        new osg::MatrixTransform(osg::Matrixd::scale(scale, scale, scale));
-    osg::AutoTransform* autoTransform = new osg::AutoTransform;
-    autoTransform->setAutoScaleToScreen(true);
-    autoTransform->addChild(scaler);
-    osgManipulator::AntiSquish* antiSquish = new osgManipulator::AntiSquish;
-    antiSquish->addChild(autoTransform);
-    parent->addChild(antiSquish);
-    return scaler;
 }
 
 } // namespace
@@ -112,7 +93,7 @@ osg::Group* ExtraHandlesDragger::viewRingParent()
 {
     FacingTransform* facing = new FacingTransform;
     if (m_options.autoScaleToScreen)
-        createScreenScaleChain(m_viewRing.get())->addChild(facing);
+        RotateDragger::addScreenScaleChain(m_viewRing.get())->addChild(facing);
     else
         m_viewRing->addChild(facing);
     return facing;

@@ -88,7 +88,7 @@ RotateDragger::RotateDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScre
     : ThreeAxisDragger(receiver, ROTATION_DRAG_MODE), m_ringRadius(DEFAULT_RING_RADIUS),
       m_pickTubeRadius(DEFAULT_PICK_TUBE_RADIUS)
 {
-    osg::Group* handleParent = autoScaleToScreen ? createScreenScaleChain() : this;
+    osg::Group* handleParent = autoScaleToScreen ? addScreenScaleChain(this) : this;
     for (int axis = X_AXIS; axis <= Z_AXIS; ++axis)
         addHandle(AxisEnum(axis), new Rotate1DDragger(false), handleParent);
     // Makes this dragger the parent of the rings, so their motion turns it.
@@ -97,7 +97,7 @@ RotateDragger::RotateDragger(Rk::DraggerReceiver* receiver, bool autoScaleToScre
 
 RotateDragger::~RotateDragger() = default;
 
-osg::Group* RotateDragger::createScreenScaleChain()
+osg::Group* RotateDragger::addScreenScaleChain(osg::Group* parent)
 {
     osg::MatrixTransform* scaler =
         new osg::MatrixTransform(osg::Matrixd::scale(SCREEN_SCALE, SCREEN_SCALE, SCREEN_SCALE));
@@ -108,7 +108,7 @@ osg::Group* RotateDragger::createScreenScaleChain()
     // Keeps the rings round under a non-uniform scale above the dragger.
     osgManipulator::AntiSquish* antiSquish = new osgManipulator::AntiSquish;
     antiSquish->addChild(autoTransform);
-    addChild(antiSquish);
+    parent->addChild(antiSquish);
     return scaler;
 }
 

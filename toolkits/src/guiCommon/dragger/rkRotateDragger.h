@@ -118,6 +118,12 @@ public:
                 osgGA::GUIActionAdapter& action) override;
     using Composite3DDragger::handle;
 
+    /// Adds to `parent` the chain that keeps handles at a constant size on
+    /// screen (an AntiSquish, a `ViewAwareAutoTransform` scaled to the screen,
+    /// a scale of `SCREEN_SCALE`) and returns its last group, where the
+    /// handles go. The rings use it, and so does a frame dragger's view ring.
+    static osg::Group* addScreenScaleChain(osg::Group* parent);
+
     /// The pose's rotation at the last accepted press (identity before any).
     const osg::Quat& startRotation() const { return m_startRotation; }
 
@@ -125,8 +131,6 @@ protected:
     ~RotateDragger() override;
 
 private:
-    osg::Group* createScreenScaleChain();
-
     osg::Quat m_startRotation;
     float m_ringRadius;
     float m_pickTubeRadius;
