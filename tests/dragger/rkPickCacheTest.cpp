@@ -21,11 +21,17 @@ const int kHeight = 600;
 const osg::Vec3d kEyes[] = {osg::Vec3d(2.5, -5.0, 3.0), osg::Vec3d(-4.0, -3.0, 2.0)};
 const osg::Vec2d kDragOffset(12.0, -8.0);
 
-// Marks every other press handled before any dragger sees it, as a handler
-// in front of the draggers would.
-class TakeEveryOtherPress : public osg::Callback
+// Does something at every other press, before the draggers after it in the
+// scene see the press: marks it handled, as a handler in front of the
+// draggers would, or hides a dragger, so that the draggers before it have
+// picked with the dragger shown and those after it must pick without it.
+class AtEveryOtherPress : public osg::Callback
 {
 public:
+    explicit AtEveryOtherPress(std::function<void(osgGA::GUIEventAdapter&)> action)
+        : m_action(std::move(action))
+    {
+    }
     bool run(osg::Object* object, osg::Object* data) override
     {
         auto* visitor = dynamic_cast<osgGA::EventVisitor*>(data);
@@ -33,36 +39,13 @@ public:
             osgGA::GUIEventAdapter* pointer = event->asGUIEventAdapter();
             if (pointer && pointer->getEventType() == osgGA::GUIEventAdapter::PUSH &&
                 m_presses++ % 2 == 0)
-                pointer->setHandled(true);
+                m_action(*pointer);
         }
         return traverse(object, data);
     }
 
 private:
-    int m_presses = 0;
-};
-
-// Hides a dragger at every other press while the press is being handled:
-// the draggers before it have picked with the dragger shown, those after it
-// must pick without it.
-class HideDuringPress : public osg::Callback
-{
-public:
-    explicit HideDuringPress(Rk::Composite3DDragger* dragger) : m_dragger(dragger) {}
-    bool run(osg::Object* object, osg::Object* data) override
-    {
-        auto* visitor = dynamic_cast<osgGA::EventVisitor*>(data);
-        for (const osg::ref_ptr<osgGA::Event>& event : visitor->getEvents()) {
-            osgGA::GUIEventAdapter* pointer = event->asGUIEventAdapter();
-            if (pointer && pointer->getEventType() == osgGA::GUIEventAdapter::PUSH &&
-                m_presses++ % 2 == 0)
-                m_dragger->showDraggers(false);
-        }
-        return traverse(object, data);
-    }
-
-private:
-    Rk::Composite3DDragger* m_dragger;
+    std::function<void(osgGA::GUIEventAdapter&)> m_action;
     int m_presses = 0;
 };
 
@@ -171,14 +154,18 @@ const Arrangement kArrangements[] = {
     {"press handled before the draggers", 1, 3, 1,
      [](Scene& scene) {
          osg::ref_ptr<osg::Group> taker = new osg::Group;
-         taker->setEventCallback(new TakeEveryOtherPress);
+         taker->setEventCallback(
+             new AtEveryOtherPress([](osgGA::GUIEventAdapter& press) { press.setHandled(true); }));
          scene.root->insertChild(0, taker.get());
      },
      kNoStep, kNoDragStep},
     {"hidden by another handler during the press", 1, 3, 2,
      [](Scene& scene) {
          osg::ref_ptr<osg::Group> hider = new osg::Group;
-         hider->setEventCallback(new HideDuringPress(scene.draggers[2].get()));
+         hider->setEventCallback(
+             new AtEveryOtherPress([hidden = scene.draggers[2].get()](osgGA::GUIEventAdapter&) {
+                 hidden->showDraggers(false);
+             }));
          scene.root->insertChild(1, hider.get());
      },
      [](Scene& scene, int) {
