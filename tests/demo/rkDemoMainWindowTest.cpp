@@ -154,9 +154,8 @@ TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
     // ring turns with the pose), through the ring's real scaling chain: with
     // the top view hidden, that chain holds the main view's scale.
     window->topView()->hide();
-    QTest::qWait(kSettleMs);
     osgManipulator::Dragger* ring = window->frameDragger()->rotateDragger()->zDragger();
-    const osg::Matrixd ringToWorld = osg::computeLocalToWorld(ring->getParentalNodePaths()[0]);
+    osg::Matrixd ringToWorld;
     const double radius = RkDemoMainWindow::GIZMO_RING_RADIUS * window->devicePixelRatioF();
     const auto onRing = [&](double degrees) {
         const double radians = osg::DegreesToRadians(degrees);
@@ -166,9 +165,15 @@ TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
     const osg::Quat start = window->plugin().endEffectorPose().getRotate();
     const osg::Vec3d startPosition = hostPosition();
     RkOsgViewWidget* view = window->view();
-    QTest::mouseMove(view, onRing(200));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return window->frameDragger()->hoveredHandle() == ring; },
-                                kHoverWaitMs));
+    // Taken again until the main view has drawn since the top view went.
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            ringToWorld = osg::computeLocalToWorld(ring->getParentalNodePaths()[0]);
+            QTest::mouseMove(view, onRing(200));
+            QTest::qWait(30);
+            return window->frameDragger()->hoveredHandle() == ring;
+        },
+        kHoverWaitMs));
     QTest::mousePress(view, Qt::LeftButton, {}, onRing(200));
     QTest::qWait(kSettleMs);
     for (int degrees = 215; degrees <= 260; degrees += 15) {
