@@ -239,11 +239,9 @@ bool Composite3DDragger::handle(const osgManipulator::PointerInfo& pointer,
 bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
                                 osgGA::GUIActionAdapter& action)
 {
-    m_handlingAids.beforeEvent(event, action);
-    if (!m_draggingEnabled || event.getHandled())
-        return false;
-    auto* view = dynamic_cast<osgViewer::View*>(&action);
-    if (!view)
+    osgViewer::View* view = m_actionView.of(action);
+    m_handlingAids.beforeEvent(event, view);
+    if (!m_draggingEnabled || event.getHandled() || !view)
         return false;
     if (!activationPermitted(event) && !getDraggerActive())
         return false;
@@ -273,7 +271,7 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
         setDraggerActive(false);
         _pointer.reset();
     }
-    m_handlingAids.afterEvent(event, action);
+    m_handlingAids.afterEvent(event, *view);
     return result;
 }
 
@@ -296,9 +294,13 @@ bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::Vi
                               osgGA::GUIActionAdapter& action)
 {
     _pointer.reset();
-    const PickCache::Hits& hits = PickCache::hits(view, event, _intersectionMask);
     // Only a dragger on the first hit's path takes the hits: every other one
-    // of a crowded scene skips copying them, and ends as it would with them.
+    // of a crowded scene looks at that path alone, and ends as it would with
+    // all of them.
+    const auto* first = PickCache::firstHit(view, event, _intersectionMask);
+    if (!first || !PickCache::pathContains(first->nodePath, this))
+        return false;
+    const PickCache::Hits& hits = PickCache::hits(view, event, _intersectionMask);
     if (hits.empty() || !PickCache::pathContains(hits.begin()->nodePath, this))
         return false;
     for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits)

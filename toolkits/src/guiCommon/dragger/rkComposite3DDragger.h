@@ -1,6 +1,7 @@
 #ifndef RK_COMPOSITE_3D_DRAGGER_H
 #define RK_COMPOSITE_3D_DRAGGER_H
 
+#include "rkActionView.h"
 #include "rkCoordinateSystemTransformation.h"
 #include "rkDragCancel.h"
 #include "rkDragRefinement.h"
@@ -291,6 +292,7 @@ private:
     DragRefinement m_refinement;
     DragCancel m_cancel;
     HandlingAids m_handlingAids{*this};
+    ActionView m_actionView;
 };
 
 } // namespace Rk

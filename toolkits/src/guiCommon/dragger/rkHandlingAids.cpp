@@ -89,12 +89,9 @@ osg::Camera* HandlingAids::cameraOf(osgViewer::View& view) const
     return view.getCamera();
 }
 
-void HandlingAids::beforeEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
+void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View* view)
 {
-    if (!m_hoverHighlight && m_viewAngleLimit == 0.0)
-        return;
     m_wasActive = m_owner.getDraggerActive();
-    auto* view = dynamic_cast<osgViewer::View*>(&action);
     if (!view || m_wasActive)
         return;
     switch (event.getEventType()) {
@@ -127,20 +124,17 @@ void HandlingAids::fadeFor(osgViewer::View& view)
         m_fader.update(*cameraOf(view), m_owner, m_viewAngleLimit);
 }
 
-void HandlingAids::afterEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
+void HandlingAids::afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view)
 {
-    if (!m_hoverHighlight)
-        return;
     if (event.getEventType() == osgGA::GUIEventAdapter::PUSH) {
         showHover(m_owner.getDraggerActive() ? activeHandle() : nullptr);
         return;
     }
-    auto* view = dynamic_cast<osgViewer::View*>(&action);
-    if (event.getEventType() != osgGA::GUIEventAdapter::RELEASE || !m_wasActive || !view)
+    if (event.getEventType() != osgGA::GUIEventAdapter::RELEASE || !m_wasActive)
         return;
     // The release gave the handle its own colour back.
     m_hover.adoptShownColour();
-    showHover(pressTarget(event, *view));
+    showHover(pressTarget(event, view));
 }
 
 osgManipulator::Dragger* HandlingAids::activeHandle() const
@@ -158,12 +152,9 @@ osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter&
     if (!projection.valid || !insideEventRange(event) ||
         !m_shapes.nearOwner(projection, m_pickTolerance))
         return nullptr;
-    const PickCache::Hits& hits = PickCache::hits(view, event, m_owner.getIntersectionMask());
-    if (!hits.empty()) {
-        const osg::NodePath& path = hits.begin()->nodePath;
-        if (std::find(path.begin(), path.end(), &m_owner) != path.end())
-            return m_shapes.handleIn(path);
-    }
+    const auto* first = PickCache::firstHit(view, event, m_owner.getIntersectionMask());
+    if (first && PickCache::pathContains(first->nodePath, &m_owner))
+        return m_shapes.handleIn(first->nodePath);
     return nearbyHandle(event, view, projection).handle;
 }
 
@@ -176,8 +167,8 @@ HandleShapes::Nearest HandlingAids::nearbyHandle(const osgGA::GUIEventAdapter& e
     HandleShapes::Nearest nearest = m_shapes.nearestWithin(projection, m_pickTolerance);
     if (!nearest.handle)
         return nearest;
-    const PickCache::Hits& hits = PickCache::hits(view, event, m_owner.getIntersectionMask());
-    if (!hits.empty() && blocks(*hits.begin(), nearest, projection))
+    const auto* first = PickCache::firstHit(view, event, m_owner.getIntersectionMask());
+    if (first && blocks(*first, nearest, projection))
         return HandleShapes::Nearest();
     return nearest;
 }

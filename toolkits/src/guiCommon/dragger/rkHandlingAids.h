@@ -8,9 +8,8 @@
 #include <osg/NodeVisitor>
 
 namespace osgGA {
-class GUIActionAdapter;
 class GUIEventAdapter;
-} // namespace osgGA
+}
 namespace osgViewer {
 class View;
 }
@@ -49,12 +48,22 @@ public:
     double viewAngleLimit() const { return m_viewAngleLimit; }
     HandleShapes& shapes() { return m_shapes; }
 
-    /// Before the composite looks at an event: hover at a pointer move,
+    /// Before the composite looks at an event from `view` (null: the event
+    /// does not come from an `osgViewer::View`): hover at a pointer move,
     /// fading at a frame event, no highlight at a press taken elsewhere.
-    void beforeEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action);
+    /// Returns at once while every aid is off.
+    void beforeEvent(const osgGA::GUIEventAdapter& event, osgViewer::View* view)
+    {
+        if (m_hoverHighlight || m_viewAngleLimit != 0.0)
+            beforeEventAided(event, view);
+    }
     /// After the composite handled an event: the grabbed handle stays
     /// highlighted from its press to its release, and the release looks again.
-    void afterEvent(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action);
+    void afterEvent(const osgGA::GUIEventAdapter& event, osgViewer::View& view)
+    {
+        if (m_hoverHighlight)
+            afterEventAided(event, view);
+    }
     /// For a press that the scene pick did not give to the owner: the shown
     /// handle within the tolerance of the pointer, unless the pick found
     /// another dragger or anything nearer than that handle under the pointer.
@@ -63,6 +72,8 @@ public:
     void clearHover();
 
 private:
+    void beforeEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View* view);
+    void afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
     void fadeFor(osgViewer::View& view);
     HandleShapes::Nearest nearbyHandle(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
                                        const HandleShapes::Projection& projection);

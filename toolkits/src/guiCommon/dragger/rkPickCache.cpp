@@ -2,6 +2,7 @@
 
 #include <osg/Camera>
 #include <osgGA/GUIEventAdapter>
+#include <osgUtil/IntersectionVisitor>
 #include <osgViewer/View>
 
 #include <algorithm>
@@ -24,21 +25,22 @@ bool sameViewport(const osg::Viewport* viewport, const double (&stored)[4])
            viewport->width() == stored[2] && viewport->height() == stored[3];
 }
 
-// The camera that `computeIntersections(x, y, ...)` picks through.
-const osg::Camera* pickCamera(osgViewer::View& view, const osgGA::GUIEventAdapter& event)
-{
-    float localX = 0.0f;
-    float localY = 0.0f;
-    const osg::Camera* camera =
-        view.getCameraContainingPosition(event.getX(), event.getY(), localX, localY);
-    return camera ? camera : view.getCamera();
-}
-
-// Shared handle geometry has one parent per handle of every dragger, a scene
-// root one child per dragger: the shorter of the two lists is searched.
-bool isChildOf(const osg::Node* node, const osg::Node* parent)
+// Where `parent` stands in the parent list of `node` (the list's size if not).
+unsigned int indexOfParent(const osg::Node* node, const osg::Node* parent)
 {
     const osg::Node::ParentList& parents = node->getParents();
+    return unsigned(std::find(parents.begin(), parents.end(), parent) - parents.begin());
+}
+
+// Whether `node` is still a child of `parent`: first where the parent stood
+// at the pick. Otherwise, as shared handle geometry has one parent per handle
+// of every dragger and a scene root one child per dragger, the shorter of
+// the two lists is searched.
+bool isChildOf(const osg::Node* node, const osg::Node* parent, unsigned int parentIndex)
+{
+    const osg::Node::ParentList& parents = node->getParents();
+    if (parentIndex < parents.size() && parents[parentIndex] == parent)
+        return true;
     if (parents.size() <= kShortParentList)
         return std::find(parents.begin(), parents.end(), parent) != parents.end();
     const osg::Group* group = parent->asGroup();
@@ -77,13 +79,13 @@ bool PickCache::EventKey::matches(const osgGA::GUIEventAdapter& other) const
 }
 
 bool PickCache::Entry::matches(osgViewer::View& otherView, const osg::Camera* otherCamera,
-                               osg::Node::NodeMask otherMask) const
+                               osg::Node::NodeMask otherMask, bool frontOnly) const
 {
     return mask == otherMask && view.get() == &otherView && view.valid() &&
-           camera.get() == otherCamera && camera.valid() &&
+           camera.get() == otherCamera && camera.valid() && otherCamera &&
            viewMatrix == otherCamera->getViewMatrix() &&
            projectionMatrix == otherCamera->getProjectionMatrix() &&
-           sameViewport(otherCamera->getViewport(), viewport) && pathsIntact();
+           sameViewport(otherCamera->getViewport(), viewport) && pathsIntact(frontOnly);
 }
 
 namespace {
@@ -104,38 +106,66 @@ std::size_t sharedPrefix(const osg::NodePath* before, const osg::NodePath& path)
 
 } // namespace
 
-bool PickCache::Entry::pathsIntact() const
+bool PickCache::Entry::pathsIntact(bool frontOnly) const
 {
     auto observed = pathNodes.begin();
     const osg::NodePath* before = nullptr;
-    for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits) {
+    for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits()) {
         const osg::NodePath& path = hit.nodePath;
         for (std::size_t index = sharedPrefix(before, path); index < path.size(); ++index) {
             const osg::Node* node = path[index];
             // Alive first: only then may the raw pointer be followed.
-            if (observed == pathNodes.end() || !observed->valid() || observed->get() != node)
+            if (observed == pathNodes.end() || !observed->node.valid() ||
+                observed->node.get() != node)
                 return false;
+            const unsigned int parentIndex = observed->parentIndex;
             ++observed;
             if ((node->getNodeMask() & mask) == 0)
                 return false;
-            if (index > 0 && !isChildOf(node, path[index - 1]))
+            if (index > 0 && !isChildOf(node, path[index - 1], parentIndex))
                 return false;
         }
+        if (frontOnly)
+            break;
         before = &path;
     }
     return true;
 }
 
+const PickCache::Hits& PickCache::Entry::hits() const
+{
+    return picker ? picker->getIntersections() : unsharedHits;
+}
+
+PickCache::Located PickCache::locate(State& state, osgViewer::View& view,
+                                     const osgGA::GUIEventAdapter& event)
+{
+    // The camera under the pointer of one event in one view is looked up once;
+    // its matrices and viewport are still compared at every call.
+    for (const Entry& entry : state.entries)
+        if (entry.view.get() == &view && entry.view.valid() && entry.camera.valid())
+            return entry.located;
+    Located located;
+    located.camera = view.getCameraContainingPosition(event.getX(), event.getY(), located.localX,
+                                                      located.localY);
+    located.contains = located.camera != nullptr;
+    if (!located.contains)
+        located.camera = view.getCamera();
+    return located;
+}
+
 PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
                                          const osgGA::GUIEventAdapter& event,
-                                         const osg::Camera* camera, osg::Node::NodeMask mask)
+                                         const Located& located, osg::Node::NodeMask mask)
 {
     if (state.entries.size() >= kMaxEntriesPerEvent)
         state.entries.erase(state.entries.begin());
     state.entries.emplace_back();
     Entry& entry = state.entries.back();
+    const osg::Camera* camera = located.camera;
     entry.view = &view;
     entry.camera = camera;
+    entry.located = located;
     entry.viewMatrix = camera->getViewMatrix();
     entry.projectionMatrix = camera->getProjectionMatrix();
     if (const osg::Viewport* viewport = camera->getViewport()) {
@@ -145,20 +175,38 @@ PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
         entry.viewport[3] = viewport->height();
     }
     entry.mask = mask;
-    view.computeIntersections(event.getX(), event.getY(), entry.hits, mask);
     ++state.computed;
-    const osg::NodePath* before = nullptr;
-    for (const osgUtil::LineSegmentIntersector::Intersection& hit : entry.hits) {
-        const osg::NodePath& path = hit.nodePath;
-        for (std::size_t index = sharedPrefix(before, path); index < path.size(); ++index)
-            entry.pathNodes.emplace_back(path[index]);
-        before = &path;
+    if (state.sharingDisabled) {
+        view.computeIntersections(event.getX(), event.getY(), entry.unsharedHits, mask);
+    } else if (located.contains) {
+        // What the view's computeIntersections(x, y) does, keeping the
+        // intersector so that its hits need no copy.
+        const osgUtil::Intersector::CoordinateFrame frame =
+            camera->getViewport() ? osgUtil::Intersector::WINDOW : osgUtil::Intersector::PROJECTION;
+        entry.picker = new osgUtil::LineSegmentIntersector(frame, located.localX, located.localY);
+        osgUtil::IntersectionVisitor visitor(entry.picker.get());
+        visitor.setTraversalMask(mask);
+        const_cast<osg::Camera*>(camera)->accept(visitor);
     }
+    observePaths(entry);
     return entry;
 }
 
-const PickCache::Hits& PickCache::hits(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
-                                       osg::Node::NodeMask mask)
+void PickCache::observePaths(Entry& entry)
+{
+    const osg::NodePath* before = nullptr;
+    for (const osgUtil::LineSegmentIntersector::Intersection& hit : entry.hits()) {
+        const osg::NodePath& path = hit.nodePath;
+        for (std::size_t index = sharedPrefix(before, path); index < path.size(); ++index)
+            entry.pathNodes.push_back(
+                {path[index], index > 0 ? indexOfParent(path[index], path[index - 1]) : 0u});
+        before = &path;
+    }
+}
+
+const PickCache::Entry& PickCache::lookUp(osgViewer::View& view,
+                                          const osgGA::GUIEventAdapter& event,
+                                          osg::Node::NodeMask mask, bool frontOnly)
 {
     State& cache = state();
     if (cache.sharingDisabled || !cache.event.matches(event)) {
@@ -166,17 +214,32 @@ const PickCache::Hits& PickCache::hits(osgViewer::View& view, const osgGA::GUIEv
         cache.event = EventKey{&event,       event.getEventType(), event.getX(),
                                event.getY(), event.getButton(),    event.getTime()};
     }
-    const osg::Camera* camera = cameraOfEntries(cache, view, event);
+    const Located located = locate(cache, view, event);
     for (auto entry = cache.entries.begin(); entry != cache.entries.end(); ++entry) {
-        if (entry->matches(view, camera, mask))
-            return entry->hits;
+        if (entry->matches(view, located.camera, mask, frontOnly))
+            return *entry;
         // Same key but stale paths: drop it, a new pick takes its place.
-        if (entry->view.get() == &view && entry->camera.get() == camera && entry->mask == mask) {
+        if (entry->view.get() == &view && entry->camera.get() == located.camera &&
+            entry->mask == mask) {
             cache.entries.erase(entry);
             break;
         }
     }
-    return computePick(cache, view, event, camera, mask).hits;
+    return computePick(cache, view, event, located, mask);
+}
+
+const PickCache::Hits& PickCache::hits(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
+                                       osg::Node::NodeMask mask)
+{
+    return lookUp(view, event, mask, false).hits();
+}
+
+const osgUtil::LineSegmentIntersector::Intersection*
+PickCache::firstHit(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
+                    osg::Node::NodeMask mask)
+{
+    const Hits& found = lookUp(view, event, mask, true).hits();
+    return found.empty() ? nullptr : &*found.begin();
 }
 
 bool PickCache::pathContains(const osg::NodePath& path, const osg::Node* node)
@@ -189,17 +252,6 @@ void PickCache::invalidate()
     State& cache = state();
     cache.entries.clear();
     cache.event = EventKey();
-}
-
-const osg::Camera* PickCache::cameraOfEntries(State& state, osgViewer::View& view,
-                                              const osgGA::GUIEventAdapter& event)
-{
-    // The camera under the pointer of one event in one view is looked up once;
-    // its matrices and viewport are still compared at every call.
-    for (const Entry& entry : state.entries)
-        if (entry.view.get() == &view && entry.view.valid() && entry.camera.valid())
-            return entry.camera.get();
-    return pickCamera(view, event);
 }
 
 unsigned long long PickCache::computedPicks()

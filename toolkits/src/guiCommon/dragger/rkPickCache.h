@@ -21,8 +21,11 @@ namespace Rk {
 /// for the same event in the same view with the same intersection mask.
 ///
 /// The pick is the view's own `computeIntersections` at the event's
-/// `getX()`, `getY()`; the hits are ordered front to back, exactly as that
-/// call gives them. A view whose pick finds nothing gives no hits.
+/// `getX()`, `getY()`: the camera containing that point, then a line
+/// segment intersector through that camera at the point's position in it
+/// (window coordinates, or projection coordinates for a camera without a
+/// viewport). The hits are ordered front to back, exactly as that call gives
+/// them. A view whose pick finds nothing gives no hits.
 ///
 /// Every dragger of a scene sees each pointer event, so without sharing a
 /// press would cost one full scene pick per dragger. The first call for an
@@ -58,6 +61,15 @@ public:
     static const Hits& hits(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
                             osg::Node::NodeMask mask);
 
+    /// The front hit under the pointer of `event` in `view` for `mask`, or
+    /// null when nothing is hit: the first of `hits()`, for a caller that
+    /// only decides by the front hit. Only that hit's path is checked as
+    /// above (a change behind it cannot change what is in front), so with
+    /// many draggers asking about one event each one pays for one path.
+    /// The pointer stays valid until the next call.
+    static const osgUtil::LineSegmentIntersector::Intersection*
+    firstHit(osgViewer::View& view, const osgGA::GUIEventAdapter& event, osg::Node::NodeMask mask);
+
     /// Whether `node` lies on `path` (a hit's node path).
     static bool pathContains(const osg::NodePath& path, const osg::Node* node);
 
@@ -87,30 +99,58 @@ private:
         bool matches(const osgGA::GUIEventAdapter& other) const;
     };
 
+    /// The camera under the pointer of an event in a view, and the pointer
+    /// in that camera's terms; `contains` is false when no camera of the
+    /// view contains the pointer (then `camera` is the view's own).
+    struct Located
+    {
+        const osg::Camera* camera = nullptr;
+        float localX = 0.0f;
+        float localY = 0.0f;
+        bool contains = false;
+    };
+
+    /// A node of a kept hit path, with where its parent stood in its parent
+    /// list when the pick was made (checked first; searched when moved).
+    struct PathNode
+    {
+        osg::observer_ptr<osg::Node> node;
+        unsigned int parentIndex = 0;
+    };
+
     struct Entry
     {
         osg::observer_ptr<osgViewer::View> view;
         osg::observer_ptr<const osg::Camera> camera;
+        Located located;
         osg::Matrixd viewMatrix;
         osg::Matrixd projectionMatrix;
         double viewport[4] = {0.0, 0.0, 0.0, 0.0};
         osg::Node::NodeMask mask = 0;
-        Hits hits;
-        /// One observer per node of every hit's path, in path order.
-        std::vector<osg::observer_ptr<osg::Node>> pathNodes;
+        /// The intersector that made the pick: its hits are handed out as
+        /// they are, without a copy. Null when no camera contains the pointer.
+        osg::ref_ptr<osgUtil::LineSegmentIntersector> picker;
+        /// The hits of a pick made without sharing.
+        Hits unsharedHits;
+        /// One per node of every hit's path, in path order.
+        std::vector<PathNode> pathNodes;
 
-        bool matches(osgViewer::View& view, const osg::Camera* camera,
-                     osg::Node::NodeMask mask) const;
-        bool pathsIntact() const;
+        const Hits& hits() const;
+
+        bool matches(osgViewer::View& view, const osg::Camera* camera, osg::Node::NodeMask mask,
+                     bool frontOnly) const;
+        bool pathsIntact(bool frontOnly) const;
     };
 
     struct State;
     static State& state();
-    static const osg::Camera* cameraOfEntries(State& state, osgViewer::View& view,
-                                              const osgGA::GUIEventAdapter& event);
+    static const Entry& lookUp(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
+                               osg::Node::NodeMask mask, bool frontOnly);
+    static Located locate(State& state, osgViewer::View& view, const osgGA::GUIEventAdapter& event);
     static Entry& computePick(State& state, osgViewer::View& view,
-                              const osgGA::GUIEventAdapter& event, const osg::Camera* camera,
+                              const osgGA::GUIEventAdapter& event, const Located& located,
                               osg::Node::NodeMask mask);
+    static void observePaths(Entry& entry);
 };
 
 } // namespace Rk
