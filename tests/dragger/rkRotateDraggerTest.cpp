@@ -5,14 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <osg/AutoTransform>
-#include <osg/Geometry>
 #include <osgManipulator/AntiSquish>
-#include <osgUtil/IntersectionVisitor>
-#include <osgUtil/LineSegmentIntersector>
-
-#include <cmath>
-#include <functional>
-#include <limits>
 
 using Rk::Composite3DDragger;
 using Rk::RotateDragger;
@@ -21,7 +14,6 @@ using namespace RkTest;
 namespace {
 
 const osg::Vec3d kEye(1.5, -3.0, 4.0);
-const double kRingRadius = 0.5;
 
 class RotateDraggerTest : public ::testing::Test
 {
@@ -37,21 +29,10 @@ protected:
     /// Window point of the ring of `axis` at `degrees` round its own Z.
     osg::Vec2d onRing(int axis, double degrees) const
     {
-        const double radians = osg::DegreesToRadians(degrees);
-        const osg::Vec3d local(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0);
-        return harness.project(local * dragger->getDragger(axis)->getMatrix() *
+        return harness.project(ringPoint(degrees) * dragger->getDragger(axis)->getMatrix() *
                                dragger->getMatrix());
     }
 
-    /// The direction `inRing`, given in the frame of the ring of `axis`, in world.
-    osg::Vec3d worldDirection(int axis, const osg::Vec3d& inRing) const
-    {
-        osg::Vec3d direction = osg::Matrixd::transform3x3(
-            inRing,
-            osg::computeLocalToWorld(dragger->getDragger(axis)->getParentalNodePaths().front()));
-        direction.normalize();
-        return direction;
-    }
     /// Looks at the dragger from a little off the axis of `axis`: the ring is
     /// seen nearly face-on, and osgManipulator projects the pointer on the
     /// ring's plane, so that the ring follows the pointer round.
@@ -191,54 +172,6 @@ TEST(CommandAngle, IsSignedByTheAxisInTheFrameAtThePress)
 
 namespace {
 
-/// Every hit of a window ray through the viewer's camera, as the draggers'
-/// pick sees it (intersection mask 1024), with or without KdTrees.
-osgUtil::LineSegmentIntersector::Intersections windowHits(ViewerHarness& harness,
-                                                          const osg::Vec2d& window, bool useKdTrees)
-{
-    osg::ref_ptr<osgUtil::LineSegmentIntersector> ray = new osgUtil::LineSegmentIntersector(
-        osgUtil::Intersector::WINDOW, window.x(), ViewerHarness::HEIGHT - window.y());
-    osgUtil::IntersectionVisitor visitor(ray.get());
-    visitor.setTraversalMask(Composite3DDragger::DRAGGER_MASK);
-    visitor.setUseKdTreeWhenAvailable(useKdTrees);
-    harness.viewer().getCamera()->accept(visitor);
-    return ray->getIntersections();
-}
-
-} // namespace
-
-TEST_F(RotateDraggerTest, RingPicksAreTheSameWithAndWithoutThePickTorusKdTree)
-{
-    // Window points on, just inside and just outside every ring, all round.
-    const double pixelOffsets[] = {-3.0, -1.0, 0.0, 1.0, 3.0};
-    int rays = 0;
-    int raysWithHits = 0;
-    for (int axis = 0; axis < 3; ++axis) {
-        for (double degrees = 0.0; degrees < 360.0; degrees += 7.5) {
-            const osg::Vec2d onTheRing = onRing(axis, degrees);
-            for (double offset : pixelOffsets) {
-                const osg::Vec2d window = onTheRing + osg::Vec2d(offset, offset);
-                const auto withKdTree = windowHits(harness, window, true);
-                const auto bruteForce = windowHits(harness, window, false);
-                ++rays;
-                raysWithHits += withKdTree.empty() ? 0 : 1;
-                ASSERT_EQ(withKdTree.size(), bruteForce.size()) << "ray " << rays;
-                auto fast = withKdTree.begin();
-                for (auto slow = bruteForce.begin(); slow != bruteForce.end(); ++slow, ++fast) {
-                    EXPECT_EQ(fast->nodePath, slow->nodePath);
-                    EXPECT_EQ(fast->drawable, slow->drawable);
-                    EXPECT_TRUE(closeTo(fast->getWorldIntersectPoint(),
-                                        slow->getWorldIntersectPoint(), 1e-6));
-                }
-            }
-        }
-    }
-    // The grid really probes the rings, not only empty space.
-    EXPECT_GT(raysWithHits, rays / 2);
-}
-
-namespace {
-
 // A pick tube of a few pixels, so that a press at a ring point of a small
 // ring surely finds it; the turn is the matter here.
 const float kThickPickTube = 0.04f;
@@ -270,10 +203,7 @@ struct RingScene
     /// The ring of `axis` turned to `localDegrees` about its own axis, in world.
     osg::Vec3d ringPoint(int axis, double localDegrees) const
     {
-        const double radians = osg::DegreesToRadians(localDegrees);
-        const osgManipulator::Dragger* ring = dragger->getDragger(axis);
-        return osg::Vec3d(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0) *
-               osg::computeLocalToWorld(ring->getParentalNodePaths().front());
+        return worldOf(dragger->getDragger(axis), RkTest::ringPoint(localDegrees));
     }
     /// The direction `inRing`, given in the frame of the ring of `axis`, in world.
     osg::Vec3d worldDirection(int axis, const osg::Vec3d& inRing) const
@@ -361,7 +291,7 @@ TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingA
 
 TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
 {
-    const osg::Vec2d nowhere(std::nan(""), std::numeric_limits<double>::infinity());
+    const osg::Vec2d nowhere(kNaN, kInfinity);
     struct Case
     {
         const char* name;
