@@ -8,11 +8,6 @@
 #include <gtest/gtest.h>
 #include <osg/ShapeDrawable>
 
-#include <osgDB/WriteFile>
-#include <osgViewer/Viewer>
-
-#include <cstdlib>
-
 using Rk::Composite3DDragger;
 using Rk::FrameDragger;
 using namespace RkTest;
@@ -203,59 +198,6 @@ TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
     EXPECT_TRUE(noPlugin->getMatrix().isIdentity());
 }
 
-namespace {
-
-const int kWindowWidth = 800;
-const int kWindowHeight = 600;
-
-/// Copies the back buffer into an image after each frame, before the swap.
-struct ReadBack : public osg::Camera::DrawCallback
-{
-    explicit ReadBack(osg::Image* target) : image(target) {}
-    void operator()(osg::RenderInfo&) const override
-    {
-        image->readPixels(0, 0, kWindowWidth, kWindowHeight, GL_RGB, GL_UNSIGNED_BYTE);
-    }
-    osg::ref_ptr<osg::Image> image;
-};
-
-/// A real window on the display named by DISPLAY, or null.
-osg::GraphicsContext* openWindow()
-{
-    if (!std::getenv("DISPLAY"))
-        return nullptr;
-    osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;
-    traits->readDISPLAY();
-    traits->width = kWindowWidth;
-    traits->height = kWindowHeight;
-    traits->windowDecoration = false;
-    traits->doubleBuffer = true;
-    osg::GraphicsContext* window = osg::GraphicsContext::createGraphicsContext(traits.get());
-    return window && window->valid() ? window : nullptr;
-}
-
-/// Whether a pixel within one of `window` (y up) has the colour `rgb`
-/// (each channel 255 or 0 as given, with some tolerance).
-bool colourNear(const osg::Image& image, const osg::Vec2d& window, const osg::Vec3& rgb)
-{
-    for (int dy = -1; dy <= 1; ++dy)
-        for (int dx = -1; dx <= 1; ++dx) {
-            const unsigned char* pixel = image.data(int(window.x()) + dx, int(window.y()) + dy);
-            bool match = true;
-            for (int channel = 0; channel < 3; ++channel)
-                match = match && std::abs(pixel[channel] - 255.0f * rgb[channel]) < 40.0f;
-            if (match)
-                return true;
-        }
-    return false;
-}
-
-bool background(const osg::Image& image, const osg::Vec2d& window)
-{
-    const unsigned char* pixel = image.data(int(window.x()), int(window.y()));
-    return pixel[0] < 20 && pixel[1] < 20 && pixel[2] < 20;
-}
-
 TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPickable)
 {
     dragger->setIsAlignedWithReferenceFrame(true);
@@ -287,65 +229,6 @@ TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
         harness.release(at + osg::Vec2d(30, 30));
     }
     EXPECT_TRUE(store.writes.empty());
-}
-
-} // namespace
-
-TEST(FrameDraggerRendering, ArrowsAndRingsShowTheirColoursWhilePickShapesDrawNothing)
-{
-    osg::ref_ptr<osg::GraphicsContext> window = openWindow();
-    if (!window)
-        GTEST_SKIP() << "no X display to draw on";
-
-    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
-    // A thick pick torus: were it drawn, it would show well beside the ring line.
-    dragger->rotateDragger()->setGeometryProperties(0.1f, 0.5f);
-    dragger->setupDefaultGeometry();
-    dragger->setScale(1.0);
-    static_cast<Composite3DDragger*>(dragger.get())->showDraggers(true);
-
-    osgViewer::Viewer viewer;
-    viewer.setThreadingModel(osgViewer::Viewer::SingleThreaded);
-    viewer.setSceneData(dragger.get());
-    osg::Camera* camera = viewer.getCamera();
-    camera->setGraphicsContext(window.get());
-    camera->setViewport(0, 0, kWindowWidth, kWindowHeight);
-    camera->setProjectionMatrixAsPerspective(30.0, double(kWindowWidth) / kWindowHeight, 0.1, 100);
-    camera->setViewMatrixAsLookAt(osg::Vec3d(2.0, -3.0, 2.0), osg::Vec3d(0.1, 0.1, 0.1),
-                                  osg::Z_AXIS);
-    camera->setClearColor(osg::Vec4(0, 0, 0, 1));
-    osg::ref_ptr<osg::Image> image = new osg::Image;
-    camera->setFinalDrawCallback(new ReadBack(image.get()));
-    viewer.setCameraManipulator(nullptr);
-    viewer.realize();
-    for (int frame = 0; frame < 3; ++frame)
-        viewer.frame();
-    ASSERT_EQ(image->s(), kWindowWidth);
-    if (const char* path = std::getenv("RK_RENDERING_PNG"))
-        osgDB::writeImageFile(*image, path);
-
-    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
-                                  camera->getViewport()->computeWindowMatrix();
-    auto windowOf = [&](osg::Node* node, const osg::Vec3d& local) {
-        const osg::Vec3d point = worldOf(node, local) * toWindow;
-        return osg::Vec2d(point.x(), point.y());
-    };
-    const osg::Vec3 colours[3] = {osg::Vec3(1, 0, 0), osg::Vec3(0, 1, 0), osg::Vec3(0, 0, 1)};
-    const double between = osg::DegreesToRadians(22.5); // between two direction cones
-    for (int axis = 0; axis < 3; ++axis) {
-        SCOPED_TRACE(axis);
-        osg::Node* arrow = dragger->translateDragger()->getDragger(axis);
-        osg::Node* ring = dragger->rotateDragger()->getDragger(axis);
-        EXPECT_TRUE(colourNear(*image, windowOf(arrow, osg::Vec3d(0, 0, 0.75)), colours[axis]));
-        EXPECT_TRUE(colourNear(
-            *image, windowOf(ring, osg::Vec3d(std::cos(between), std::sin(between), 0) * 0.5),
-            colours[axis]));
-        EXPECT_TRUE(background(
-            *image, windowOf(ring, osg::Vec3d(std::cos(between), std::sin(between), 0) * 0.575)))
-            << "pick torus";
-        EXPECT_TRUE(background(*image, windowOf(arrow, osg::Vec3d(0.025, 0, 0.75))))
-            << "pick cylinder";
-    }
 }
 
 namespace {

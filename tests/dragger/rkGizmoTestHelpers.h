@@ -1,6 +1,7 @@
 #ifndef RK_GIZMO_TEST_HELPERS_H
 #define RK_GIZMO_TEST_HELPERS_H
 
+#include "rkCoordinateSystemTransformation.h"
 #include "rkDraggerReceiver.h"
 #include "rkFrameDragger.h"
 #include "rkViewerHarness.h"
@@ -72,6 +73,15 @@ const double kInfinity = std::numeric_limits<double>::infinity();
 const double kRingRadius = 0.5;
 /// The eye of most scenes: the gizmo seen from the front, right and above.
 const osg::Vec3d kSceneEye(2.5, -5.0, 3.0);
+
+/// A host pose at (x, y, z) turned by the Z-Y-X Euler angles given.
+inline RkCoordinateSystemTransformation makePose(double x, double y, double z, double yaw,
+                                                 double pitch, double roll)
+{
+    RkOrientation orientation;
+    orientation.setFrom321Euler(yaw, pitch, roll);
+    return RkCoordinateSystemTransformation(RkVector(x, y, z), orientation);
+}
 
 /// The world point of `local`, given in the coordinates of `node`.
 inline osg::Vec3d worldOf(const osg::Node* node, const osg::Vec3d& local)

@@ -13,165 +13,6 @@ using namespace RkTest;
 
 namespace {
 
-const osg::Vec3d kEye(1.5, -3.0, 4.0);
-
-class RotateDraggerTest : public ::testing::Test
-{
-protected:
-    RotateDraggerTest() : harness(kEye)
-    {
-        dragger = new RotateDragger(store.makeReceiver(), false);
-        dragger->setupDefaultGeometry();
-        dragger->showDraggers(true);
-        harness.root()->addChild(dragger.get());
-    }
-
-    /// Window point of the ring of `axis` at `degrees` round its own Z.
-    osg::Vec2d onRing(int axis, double degrees) const
-    {
-        return harness.project(ringPoint(degrees) * dragger->getDragger(axis)->getMatrix() *
-                               dragger->getMatrix());
-    }
-
-    /// Looks at the dragger from a little off the axis of `axis`: the ring is
-    /// seen nearly face-on, and osgManipulator projects the pointer on the
-    /// ring's plane, so that the ring follows the pointer round.
-    void lookAlong(int axis)
-    {
-        const osg::Vec3d eyes[3] = {osg::Vec3d(5, 0.4, 0.6), osg::Vec3d(0.4, -5, 0.6),
-                                    osg::Vec3d(0.4, -0.6, 5)};
-        harness.lookAt(eyes[axis], osg::Vec3d(), axis == 2 ? osg::Y_AXIS : osg::Z_AXIS);
-    }
-    /// Presses on the ring of `axis` at `fromDegrees`, drags round to
-    /// `toDegrees` in three steps and, if asked, releases there.
-    void turnRing(int axis, double fromDegrees, double toDegrees, bool release = true)
-    {
-        turnAlong(
-            harness, [&](double degrees) { return onRing(axis, degrees); }, fromDegrees, toDegrees,
-            release);
-    }
-
-    PoseStore store;
-    ViewerHarness harness;
-    osg::ref_ptr<RotateDragger> dragger;
-};
-
-} // namespace
-
-/// Angle in radians by which `matrix` turns about `axis`, signed.
-double turnAbout(const osg::Matrixd& matrix, const osg::Vec3d& axis)
-{
-    double angle = 0.0;
-    osg::Vec3d turnAxis;
-    matrix.getRotate().getRotate(angle, turnAxis);
-    return turnAxis * axis > 0 ? angle : -angle;
-}
-
-const double kThirtyDegrees = osg::DegreesToRadians(30.0);
-// The pointer lands on whole window points a little off the ring's plane.
-const double kAngleTolerance = 0.01;
-
-TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRings)
-{
-    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
-    dragger->setupDefaultGeometry();
-    for (int axis = 0; axis < 3; ++axis) {
-        const osgManipulator::Dragger* handle = dragger->getDragger(axis);
-        ASSERT_EQ(handle->getNumChildren(), 1u);
-        EXPECT_EQ(handle->getChild(0), dragger->xDragger()->getChild(0));
-        EXPECT_TRUE(closeTo(osg::Z_AXIS * handle->getMatrix(), kAxes[axis], 1e-12));
-        EXPECT_EQ(shownColour(handle), kAxisColours[axis]);
-    }
-}
-
-TEST(RotateDragger, ScreenSizedRingsHangBelowAntiSquishAutoTransformAndScale50)
-{
-    PoseStore store;
-    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(store.makeReceiver(), true);
-    dragger->setupDefaultGeometry();
-    auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(dragger->getChild(0));
-    ASSERT_NE(antiSquish, nullptr);
-    auto* autoTransform = dynamic_cast<osg::AutoTransform*>(antiSquish->getChild(0));
-    ASSERT_NE(autoTransform, nullptr);
-    EXPECT_TRUE(autoTransform->getAutoScaleToScreen());
-    auto* scale50 = dynamic_cast<osg::MatrixTransform*>(autoTransform->getChild(0));
-    ASSERT_NE(scale50, nullptr);
-    EXPECT_EQ(scale50->getMatrix(), osg::Matrixd::scale(50, 50, 50));
-    EXPECT_EQ(scale50->getNumChildren(), 3u);
-    EXPECT_EQ(scale50->getChild(0), dragger->getDragger(0));
-}
-
-TEST(RotateDragger, GeometryPropertiesTakeTubeRadiusFirst)
-{
-    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
-    dragger->setGeometryProperties(0.02f, 0.8f);
-    dragger->setupDefaultGeometry();
-    const osg::Geode* geode = dragger->zDragger()->getChild(0)->asGeode();
-    EXPECT_NEAR(firstVertex(geode->getDrawable(0)).x(), 0.82f, 1e-6f) << "pick torus";
-    EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
-}
-
-TEST_F(RotateDraggerTest, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)
-{
-    for (int axis = 0; axis < 3; ++axis) {
-        SCOPED_TRACE(axis);
-        lookAlong(axis);
-        store.pose = osg::Matrixd();
-        harness.frame();
-        store.writes.clear();
-
-        turnRing(axis, 40, 70, false);
-        EXPECT_TRUE(store.writes.empty());
-        EXPECT_EQ(dragger->activeAxis(), axis);
-        EXPECT_EQ(dragger->dragMode(), RotateDragger::ROTATION_DRAG_MODE);
-        EXPECT_NEAR(dragger->commandValue(), kThirtyDegrees, kAngleTolerance);
-        EXPECT_NEAR(turnAbout(dragger->getMatrix(), kAxes[axis]), dragger->commandValue(), 1e-9);
-        harness.release(onRing(axis, 70));
-
-        ASSERT_EQ(store.writes.size(), 1u);
-        EXPECT_NEAR(turnAbout(store.pose, kAxes[axis]), dragger->commandValue(), 1e-6);
-        EXPECT_TRUE(closeTo(osg::Matrixd::transform3x3(kAxes[axis], store.pose), kAxes[axis], 1e-6))
-            << "the axis itself stays put";
-        EXPECT_EQ(dragger->activeAxis(), axis);
-    }
-}
-
-TEST_F(RotateDraggerTest, EachPressMeasuresFromThePoseAtThatPress)
-{
-    lookAlong(Composite3DDragger::Z_AXIS);
-    turnRing(Composite3DDragger::Z_AXIS, 40, 70);
-    const osg::Quat afterFirst = dragger->getMatrix().getRotate();
-
-    turnRing(Composite3DDragger::Z_AXIS, 45, 65, false);
-    EXPECT_TRUE(dragger->startRotation() == afterFirst);
-    EXPECT_NEAR(dragger->commandValue(), osg::DegreesToRadians(20.0), kAngleTolerance);
-    harness.release(onRing(Composite3DDragger::Z_AXIS, 45));
-    harness.press(onRing(Composite3DDragger::Z_AXIS, 45));
-    EXPECT_EQ(dragger->commandValue(), 0.0) << "a new press starts from zero";
-    harness.release(onRing(Composite3DDragger::Z_AXIS, 45));
-    EXPECT_NEAR(turnAbout(store.pose, osg::Z_AXIS), osg::DegreesToRadians(50.0),
-                2 * kAngleTolerance);
-}
-
-TEST(CommandAngle, IsSignedByTheAxisInTheFrameAtThePress)
-{
-    const osg::Quat turnedAboutZ(kThirtyDegrees, osg::Z_AXIS);
-    EXPECT_NEAR(Rk::commandAngle(osg::Quat(), turnedAboutZ, Composite3DDragger::Z_AXIS),
-                kThirtyDegrees, 1e-9);
-    EXPECT_NEAR(Rk::commandAngle(osg::Quat(), turnedAboutZ.inverse(), Composite3DDragger::Z_AXIS),
-                -kThirtyDegrees, 1e-9);
-    EXPECT_EQ(Rk::commandAngle(osg::Quat(), turnedAboutZ, Composite3DDragger::NO_AXIS), 0.0);
-    EXPECT_EQ(Rk::commandAngle(osg::Quat(), osg::Quat(), Composite3DDragger::X_AXIS), 0.0);
-
-    // Start turned 90 degrees about X: the start frame's Z is world -Y. A
-    // further turn about that Z (applied in the start frame) counts positive.
-    const osg::Quat start(osg::PI_2, osg::X_AXIS);
-    const osg::Quat now = osg::Quat(kThirtyDegrees, osg::Z_AXIS) * start;
-    EXPECT_NEAR(Rk::commandAngle(start, now, Composite3DDragger::Z_AXIS), kThirtyDegrees, 1e-6);
-}
-
-namespace {
-
 // A pick tube of a few pixels, so that a press at a ring point of a small
 // ring surely finds it; the turn is the matter here.
 const float kThickPickTube = 0.04f;
@@ -246,6 +87,120 @@ const double kViewDistance = 5.0;
 const double kMostPerSlowEvent = 3.0;
 
 } // namespace
+
+/// Angle in radians by which `matrix` turns about `axis`, signed.
+double turnAbout(const osg::Matrixd& matrix, const osg::Vec3d& axis)
+{
+    double angle = 0.0;
+    osg::Vec3d turnAxis;
+    matrix.getRotate().getRotate(angle, turnAxis);
+    return turnAxis * axis > 0 ? angle : -angle;
+}
+
+const double kThirtyDegrees = osg::DegreesToRadians(30.0);
+// The pointer lands on whole window points a little off the ring's plane.
+const double kAngleTolerance = 0.01;
+
+TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRings)
+{
+    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
+    dragger->setupDefaultGeometry();
+    for (int axis = 0; axis < 3; ++axis) {
+        const osgManipulator::Dragger* handle = dragger->getDragger(axis);
+        ASSERT_EQ(handle->getNumChildren(), 1u);
+        EXPECT_EQ(handle->getChild(0), dragger->xDragger()->getChild(0));
+        EXPECT_TRUE(closeTo(osg::Z_AXIS * handle->getMatrix(), kAxes[axis], 1e-12));
+        EXPECT_EQ(shownColour(handle), kAxisColours[axis]);
+    }
+}
+
+TEST(RotateDragger, ScreenSizedRingsHangBelowAntiSquishAutoTransformAndScale50)
+{
+    PoseStore store;
+    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(store.makeReceiver(), true);
+    dragger->setupDefaultGeometry();
+    auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(dragger->getChild(0));
+    ASSERT_NE(antiSquish, nullptr);
+    auto* autoTransform = dynamic_cast<osg::AutoTransform*>(antiSquish->getChild(0));
+    ASSERT_NE(autoTransform, nullptr);
+    EXPECT_TRUE(autoTransform->getAutoScaleToScreen());
+    auto* scale50 = dynamic_cast<osg::MatrixTransform*>(autoTransform->getChild(0));
+    ASSERT_NE(scale50, nullptr);
+    EXPECT_EQ(scale50->getMatrix(), osg::Matrixd::scale(50, 50, 50));
+    EXPECT_EQ(scale50->getNumChildren(), 3u);
+    EXPECT_EQ(scale50->getChild(0), dragger->getDragger(0));
+}
+
+TEST(RotateDragger, GeometryPropertiesTakeTubeRadiusFirst)
+{
+    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
+    dragger->setGeometryProperties(0.02f, 0.8f);
+    dragger->setupDefaultGeometry();
+    const osg::Geode* geode = dragger->zDragger()->getChild(0)->asGeode();
+    EXPECT_NEAR(firstVertex(geode->getDrawable(0)).x(), 0.82f, 1e-6f) << "pick torus";
+    EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
+}
+
+TEST(RotateDragger, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)
+{
+    ViewerHarness harness;
+    for (int axis = 0; axis < 3; ++axis) {
+        SCOPED_TRACE(axis);
+        RingScene scene(harness, 1.0, false, kViewDistance);
+        scene.lookAtRing(axis, 80.0, -45.0, kViewDistance);
+        RotateDragger& dragger = *scene.dragger;
+        scene.trace(axis, 40, 70, 3);
+        EXPECT_TRUE(scene.store.writes.empty());
+        EXPECT_EQ(dragger.activeAxis(), axis);
+        EXPECT_EQ(dragger.dragMode(), RotateDragger::ROTATION_DRAG_MODE);
+        EXPECT_NEAR(dragger.commandValue(), kThirtyDegrees, kAngleTolerance);
+        EXPECT_NEAR(turnAbout(dragger.getMatrix(), kAxes[axis]), dragger.commandValue(), 1e-9);
+        harness.release(harness.project(scene.ringPoint(axis, 70)));
+
+        ASSERT_EQ(scene.store.writes.size(), 1u);
+        const osg::Matrixd& pose = scene.store.pose;
+        EXPECT_NEAR(turnAbout(pose, kAxes[axis]), dragger.commandValue(), 1e-6);
+        EXPECT_TRUE(closeTo(osg::Matrixd::transform3x3(kAxes[axis], pose), kAxes[axis], 1e-6))
+            << "the axis itself stays put";
+        EXPECT_EQ(dragger.activeAxis(), axis);
+    }
+
+    // Each press measures from the pose at that press, starting from zero.
+    RingScene scene(harness, 1.0, false, kViewDistance);
+    scene.lookAtRing(2, 80.0, -45.0, kViewDistance);
+    const auto release = [&](double degrees) {
+        harness.release(harness.project(scene.ringPoint(2, degrees)));
+    };
+    scene.trace(2, 40, 70, 3);
+    release(70);
+    const osg::Quat afterFirst = scene.dragger->getMatrix().getRotate();
+    scene.trace(2, 45, 65, 3);
+    EXPECT_TRUE(scene.dragger->startRotation() == afterFirst);
+    EXPECT_NEAR(scene.dragger->commandValue(), osg::DegreesToRadians(20.0), kAngleTolerance);
+    release(45);
+    harness.press(harness.project(scene.ringPoint(2, 45)));
+    EXPECT_EQ(scene.dragger->commandValue(), 0.0) << "a new press starts from zero";
+    release(45);
+    EXPECT_NEAR(turnAbout(scene.store.pose, osg::Z_AXIS), osg::DegreesToRadians(50.0),
+                2 * kAngleTolerance);
+}
+
+TEST(CommandAngle, IsSignedByTheAxisInTheFrameAtThePress)
+{
+    const osg::Quat turnedAboutZ(kThirtyDegrees, osg::Z_AXIS);
+    EXPECT_NEAR(Rk::commandAngle(osg::Quat(), turnedAboutZ, Composite3DDragger::Z_AXIS),
+                kThirtyDegrees, 1e-9);
+    EXPECT_NEAR(Rk::commandAngle(osg::Quat(), turnedAboutZ.inverse(), Composite3DDragger::Z_AXIS),
+                -kThirtyDegrees, 1e-9);
+    EXPECT_EQ(Rk::commandAngle(osg::Quat(), turnedAboutZ, Composite3DDragger::NO_AXIS), 0.0);
+    EXPECT_EQ(Rk::commandAngle(osg::Quat(), osg::Quat(), Composite3DDragger::X_AXIS), 0.0);
+
+    // Start turned 90 degrees about X: the start frame's Z is world -Y. A
+    // further turn about that Z (applied in the start frame) counts positive.
+    const osg::Quat start(osg::PI_2, osg::X_AXIS);
+    const osg::Quat now = osg::Quat(kThirtyDegrees, osg::Z_AXIS) * start;
+    EXPECT_NEAR(Rk::commandAngle(start, now, Composite3DDragger::Z_AXIS), kThirtyDegrees, 1e-6);
+}
 
 TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingAndSize)
 {
