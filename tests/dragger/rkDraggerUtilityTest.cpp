@@ -189,15 +189,12 @@ namespace {
 std::vector<const osg::Node*> handleGeodes(const Rk::FrameDragger& dragger)
 {
     std::vector<const osg::Node*> geodes;
-    for (const osg::Group* handle :
-         {static_cast<osg::Group*>(dragger.translateDragger()->xDragger()),
-          static_cast<osg::Group*>(dragger.translateDragger()->yDragger()),
-          static_cast<osg::Group*>(dragger.translateDragger()->zDragger()),
-          static_cast<osg::Group*>(dragger.rotateDragger()->xDragger()),
-          static_cast<osg::Group*>(dragger.rotateDragger()->yDragger()),
-          static_cast<osg::Group*>(dragger.rotateDragger()->zDragger())})
-        for (unsigned int index = 0; index < handle->getNumChildren(); ++index)
-            geodes.push_back(handle->getChild(index));
+    for (const Rk::Composite3DDragger* part :
+         {static_cast<const Rk::Composite3DDragger*>(dragger.translateDragger()),
+          static_cast<const Rk::Composite3DDragger*>(dragger.rotateDragger())})
+        for (unsigned int axis = 0; axis < 3; ++axis)
+            for (unsigned int index = 0; index < part->getDragger(axis)->getNumChildren(); ++index)
+                geodes.push_back(part->getDragger(axis)->getChild(index));
     return geodes;
 }
 
