@@ -12,6 +12,7 @@
 #include <osgUtil/LineSegmentIntersector>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -112,6 +113,38 @@ TEST_F(TorusGeode, PickTorusIsCulledAlwaysButStillHitThroughItsKdTree)
     geode->accept(visitor);
     ASSERT_TRUE(ray->containsIntersections());
     EXPECT_EQ(ray->getFirstIntersection().drawable.get(), torus);
+}
+
+// Built from the quad strip itself, OpenSceneGraph's KdTree would take the
+// quads' corners in another order and report extra and missing hits.
+TEST_F(TorusGeode, PickTorusKdTreeFindsTheSameHitsAsBruteForce)
+{
+    int rays = 0, raysWithHits = 0;
+    const osg::Vec3d slant(0.3, -0.4, 1.0);
+    for (double degrees = 0.0; degrees < 360.0; degrees += 7.5)
+        for (double offset : {-0.012, -0.005, 0.0, 0.005, 0.012}) {
+            const double angle = osg::DegreesToRadians(degrees);
+            const osg::Vec3d at =
+                osg::Vec3d(std::cos(angle), std::sin(angle), 0) * (kRingRadius + offset);
+            std::vector<std::pair<const osg::Drawable*, osg::Vec3d>> hits[2];
+            for (bool useKdTree : {true, false}) {
+                osg::ref_ptr<osgUtil::LineSegmentIntersector> ray =
+                    new osgUtil::LineSegmentIntersector(at + slant, at - slant);
+                osgUtil::IntersectionVisitor visitor(ray.get());
+                visitor.setUseKdTreeWhenAvailable(useKdTree);
+                geode->accept(visitor);
+                for (const auto& hit : ray->getIntersections())
+                    hits[useKdTree].emplace_back(hit.drawable.get(), hit.getWorldIntersectPoint());
+            }
+            ++rays;
+            raysWithHits += hits[0].empty() ? 0 : 1;
+            ASSERT_EQ(hits[0].size(), hits[1].size()) << degrees << " degrees, offset " << offset;
+            for (std::size_t index = 0; index < hits[0].size(); ++index) {
+                EXPECT_EQ(hits[0][index].first, hits[1][index].first);
+                EXPECT_LT((hits[0][index].second - hits[1][index].second).length(), 1e-6);
+            }
+        }
+    EXPECT_GT(raysWithHits, rays / 2) << "the rays really probe the tube";
 }
 
 TEST_F(TorusGeode, BoundHoldsEveryVertexAndHugsTheRing)
