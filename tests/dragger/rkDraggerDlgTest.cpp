@@ -222,14 +222,12 @@ TEST_F(DraggerDlgTest, TypedScaleReachesTheDraggerAndItsHandlesSilently)
 TEST_F(DraggerDlgTest, CommandValueLabelShowsThreeDigitsInAFieldOfFive)
 {
     QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
-    dialog->commandValueChanged(1.0);
-    EXPECT_EQ(commandText(), "      1");
-    dialog->commandValueChanged(0.1234);
-    EXPECT_EQ(commandText(), "  0.123");
-    dialog->commandValueChanged(12.345);
-    EXPECT_EQ(commandText(), "   12.3");
-    dialog->commandValueChanged(-1.5708);
-    EXPECT_EQ(commandText(), "  -1.57");
+    const std::pair<double, const char*> shown[] = {
+        {1.0, "      1"}, {0.1234, "  0.123"}, {12.345, "   12.3"}, {-1.5708, "  -1.57"}};
+    for (const auto& [value, text] : shown) {
+        dialog->commandValueChanged(value);
+        EXPECT_EQ(commandText(), text);
+    }
     dialog->commandValueDone();
     EXPECT_TRUE(commandText().isEmpty());
     EXPECT_EQ(done.count(), 1);

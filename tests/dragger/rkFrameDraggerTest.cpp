@@ -44,12 +44,8 @@ TEST(FrameDragger, SetupGivesBothChildrenTheCylinderGeometryAndTheScale)
     EXPECT_EQ(dragger->translateDragger()->getMatrix(), osg::Matrixd::scale(0.3, 0.3, 0.3));
     EXPECT_EQ(dragger->rotateDragger()->getMatrix(), osg::Matrixd::scale(0.3, 0.3, 0.3));
 
-    const auto* cone = static_cast<const osg::Cone*>(dragger->translateDragger()
-                                                         ->xDragger()
-                                                         ->getChild(1)
-                                                         ->asGeode()
-                                                         ->getDrawable(0)
-                                                         ->getShape());
+    const osg::Geode* heads = dragger->translateDragger()->xDragger()->getChild(1)->asGeode();
+    const auto* cone = static_cast<const osg::Cone*>(heads->getDrawable(0)->getShape());
     EXPECT_FLOAT_EQ(cone->getRadius(), 0.5f);
     EXPECT_FLOAT_EQ(cone->getHeight(), 0.15f);
     const osg::Geode* torus = dragger->rotateDragger()->xDragger()->getChild(0)->asGeode();
@@ -208,7 +204,7 @@ TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPick
     harness.drag(to);
     // The host now rejects what it gets and reads back NaN.
     osg::ref_ptr<Rk::DraggerReceiver> broken = new Rk::DraggerReceiver(
-        [] { return osg::Matrixd::translate(std::nan(""), 0, 0); }, [](const osg::Matrixd&) {});
+        [] { return osg::Matrixd::translate(kNaN, 0, 0); }, [](const osg::Matrixd&) {});
     dragger->setReceiver(broken.get());
     harness.release(to);
     EXPECT_TRUE(dragger->getMatrix().valid());
