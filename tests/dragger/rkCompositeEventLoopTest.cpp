@@ -7,9 +7,6 @@
 #include <osg/ShapeDrawable>
 #include <osgManipulator/Translate1DDragger>
 
-#include <functional>
-#include <vector>
-
 namespace {
 
 using Rk::Composite3DDragger;

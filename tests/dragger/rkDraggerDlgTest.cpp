@@ -5,7 +5,6 @@
 #include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
 #include "rkRenderTypes.h"
-#include "rkViewerHarness.h"
 
 #include <QCheckBox>
 #include <QDoubleSpinBox>
@@ -18,9 +17,7 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <memory>
-#include <vector>
 
 using RkTest::makePose;
 
@@ -241,7 +238,7 @@ TEST_F(DraggerDlgTest, UpdateOnReleaseBoxFollowsAndSetsTheDraggersFlag)
     EXPECT_TRUE(other.findChild<QCheckBox*>("valueOnReleaseCheckBox")->isChecked());
 }
 
-TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxes)
+TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxesWhileDraggingIsEnabled)
 {
     QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
     widget<QGroupBox>("groupBoxDragger")->setChecked(true);
@@ -256,10 +253,8 @@ TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxes)
     ASSERT_EQ(shows.count(), 2);
     EXPECT_TRUE(shows.at(0).at(0).toBool());
     EXPECT_FALSE(shows.at(1).at(0).toBool());
-}
 
-TEST_F(DraggerDlgTest, DisabledDraggingShowsTheDraggerButKeepsTheBoxesDisabled)
-{
+    // With dragging disabled the dragger shows, but the pose boxes stay off.
     dragger->setDraggingEnabled(false);
     dialog->showDragger(true);
     EXPECT_EQ(dragger->getNodeMask(), kShownMask);
@@ -350,11 +345,7 @@ protected:
 
     osg::Vec2d onXArrow(double x) const { return harness.project(osg::Vec3d(x, 0.0, 0.0)); }
     // A point of the Z ring (radius 0.5 at scale 0.3) of an unturned dragger.
-    static osg::Vec3d onZRing(double angle)
-    {
-        const double radius = 0.15;
-        return osg::Vec3d(radius * std::cos(angle), radius * std::sin(angle), 0.0);
-    }
+    static osg::Vec3d onZRing(double degrees) { return RkTest::ringPoint(degrees, 0.15); }
 
     // Beyond the rings (radius 0.15 at scale 0.3), before the cone.
     static constexpr double kArrowGrab = 0.24;
@@ -425,9 +416,8 @@ TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick
     // at a slant; the host's pose stays.
     harness.lookAt(osg::Vec3d(1.0, -2.0, 3.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
     RkTest::turnAlong(
-        harness,
-        [&](double degrees) { return harness.project(onZRing(osg::DegreesToRadians(degrees))); },
-        -45.0, -15.0, true, 6);
+        harness, [&](double degrees) { return harness.project(onZRing(degrees)); }, -45.0, -15.0,
+        true, 6);
     harness.frame();
     const osg::Quat turn = dragger->getMatrix().getRotate();
     // Turned about Z by the traced angle, and kept after the release.

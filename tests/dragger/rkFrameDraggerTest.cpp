@@ -2,7 +2,6 @@
 #include "rkFinite.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
-#include "rkViewerHarness.h"
 
 #include <QSignalSpy>
 #include <gtest/gtest.h>

@@ -12,7 +12,6 @@
 #include <QUndoStack>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
 using Rk::Composite3DDragger;

@@ -1,7 +1,6 @@
 #include "rkRotateDragger.h"
 #include "rkFinite.h"
 #include "rkGizmoTestHelpers.h"
-#include "rkViewerHarness.h"
 
 #include <gtest/gtest.h>
 #include <osg/AutoTransform>
