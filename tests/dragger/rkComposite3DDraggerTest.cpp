@@ -7,16 +7,14 @@
 #include <gtest/gtest.h>
 #include <osgManipulator/Translate1DDragger>
 
-#include <limits>
-
 namespace {
 
 using Rk::Composite3DDragger;
+using RkTest::kInfinity;
+using RkTest::kNaN;
 using RkTest::PoseStore;
 
 Rk::DraggerReceiver* const kNoReceiver = nullptr;
-const double kNaN = std::numeric_limits<double>::quiet_NaN();
-const double kInfinity = std::numeric_limits<double>::infinity();
 
 osg::ref_ptr<Composite3DDragger> draggerOn(PoseStore& store, const osg::Matrixd& pose)
 {
@@ -27,13 +25,6 @@ osg::ref_ptr<Composite3DDragger> draggerOn(PoseStore& store, const osg::Matrixd&
 osg::Matrixd turnAndShift(double angle, const osg::Vec3d& axis, const osg::Vec3d& shift)
 {
     return osg::Matrixd::rotate(angle, axis) * osg::Matrixd::translate(shift);
-}
-
-RkCoordinateSystemTransformation hostPose(double yaw, double pitch, double roll, const RkVector& at)
-{
-    RkOrientation orientation;
-    orientation.setFrom321Euler(yaw, pitch, roll);
-    return RkCoordinateSystemTransformation(at, orientation);
 }
 
 void expectMatrixNear(const osg::Matrixd& a, const osg::Matrixd& b, double tolerance)
@@ -129,7 +120,7 @@ TEST(Composite3DDragger, SetPoseMovesOnlyTheDraggerAndSyncWritesThePreviousPoseF
     PoseStore store;
     osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd::translate(1, 0, 0));
     QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    const RkCoordinateSystemTransformation coord = hostPose(0.3, -0.2, 1.1, RkVector(1, -2, 0.5));
+    const RkCoordinateSystemTransformation coord = RkTest::makePose(1, -2, 0.5, 0.3, -0.2, 1.1);
     dragger->setPose(coord);
     EXPECT_EQ(spy.count(), 1);
     EXPECT_TRUE(store.writes.empty());
@@ -177,10 +168,10 @@ TEST(Composite3DDragger, NonFinitePosesLeaveTheDraggerWhereItWasButStillSignal)
     PoseStore store;
     osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd::translate(1, 2, 3));
     QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    dragger->setPose(hostPose(0, 0, 0, RkVector(kNaN, 0, 0)));
-    dragger->setPose(hostPose(kInfinity, 0, 0, RkVector()));
+    dragger->setPose(RkTest::makePose(kNaN, 0, 0, 0, 0, 0));
+    dragger->setPose(RkTest::makePose(0, 0, 0, kInfinity, 0, 0));
     // Finite, but beyond single precision.
-    dragger->setPose(hostPose(0, 0, 0, RkVector(1e300, 0, 0)));
+    dragger->setPose(RkTest::makePose(1e300, 0, 0, 0, 0, 0));
     EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
     EXPECT_EQ(spy.count(), 3);
 

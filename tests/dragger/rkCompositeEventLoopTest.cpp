@@ -1,5 +1,5 @@
 #include "rkComposite3DDragger.h"
-#include "rkViewerHarness.h"
+#include "rkGizmoTestHelpers.h"
 
 #include <QSignalSpy>
 #include <gtest/gtest.h>
@@ -7,12 +7,10 @@
 #include <osg/ShapeDrawable>
 #include <osgManipulator/Translate1DDragger>
 
-#include <limits>
-#include <vector>
-
 namespace {
 
 using Rk::Composite3DDragger;
+using RkTest::PoseStore;
 using RkTest::ViewerHarness;
 
 // A composite with one pickable handle that slides along world Z, recording
@@ -52,29 +50,23 @@ public:
     std::vector<osg::Vec3d> nearPoints;
 };
 
-struct HostPose
-{
-    osg::Matrixd matrix;
-    osg::ref_ptr<Rk::DraggerReceiver> receiver()
-    {
-        return new Rk::DraggerReceiver([this] { return matrix; },
-                                       [this](const osg::Matrixd& m) { matrix = m; });
-    }
-};
-
 class CompositeEventLoop : public ::testing::Test
 {
 protected:
-    void SetUp() override
+    void SetUp() override { rebuild(); }
+    /// A new slider at the origin on a host pose at the origin.
+    void rebuild()
     {
-        dragger = new SliderDragger(host.receiver().get());
+        view.root()->removeChildren(0, view.root()->getNumChildren());
+        host.pose = osg::Matrixd();
+        dragger = new SliderDragger(host.makeReceiver());
         dragger->showDraggers(true);
         view.root()->addChild(dragger.get());
     }
 
     osg::Vec2d handleCentre() const { return view.project(dragger->getMatrix().getTrans()); }
 
-    HostPose host;
+    PoseStore host;
     ViewerHarness view;
     osg::ref_ptr<SliderDragger> dragger;
     const osg::Vec2d emptySpace{20.0, 20.0};
@@ -83,13 +75,6 @@ protected:
 const int PUSH = osgGA::GUIEventAdapter::PUSH;
 const int DRAG = osgGA::GUIEventAdapter::DRAG;
 const int RELEASE = osgGA::GUIEventAdapter::RELEASE;
-
-TEST_F(CompositeEventLoop, PressOnTheHandlePicksAndReachesThePointerHandlerTwice)
-{
-    EXPECT_TRUE(view.press(handleCentre()));
-    EXPECT_TRUE(dragger->getDraggerActive());
-    EXPECT_EQ(dragger->events, (std::vector<int>{PUSH, PUSH}));
-}
 
 TEST_F(CompositeEventLoop, MissesHiddenDraggersAndOtherEventsAreNotHandled)
 {
@@ -111,28 +96,20 @@ TEST_F(CompositeEventLoop, DragMovesThePoseByThePointersDistanceAlongTheHandle)
     const osg::Vec2d from = handleCentre();
     const osg::Vec2d to = view.project(osg::Vec3d(0, 0, 0.4));
     ASSERT_LT(to.y(), from.y());
-    view.press(from);
+    EXPECT_TRUE(view.press(from));
+    EXPECT_TRUE(dragger->getDraggerActive());
+    EXPECT_EQ(dragger->events, (std::vector<int>{PUSH, PUSH})) << "a press reaches it twice";
     EXPECT_TRUE(view.drag((from + to) * 0.5));
     EXPECT_TRUE(view.drag(to));
     EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 0.4, 1e-3);
     EXPECT_TRUE(view.release(to));
     EXPECT_EQ(dragger->events, (std::vector<int>{PUSH, PUSH, DRAG, DRAG, RELEASE}));
     EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 0.4, 1e-3);
-    EXPECT_NEAR(host.matrix.getTrans().z(), 0.4, 1e-3);
+    EXPECT_NEAR(host.pose.getTrans().z(), 0.4, 1e-3);
     EXPECT_NEAR(dragger->getMatrix().getTrans().x(), 0.0, 1e-9);
     EXPECT_FALSE(dragger->getDraggerActive());
     EXPECT_FALSE(view.drag(from));
     EXPECT_FALSE(view.release(from));
-}
-
-TEST_F(CompositeEventLoop, DisabledDraggingHandlesNothingAndDoesNotFollow)
-{
-    dragger->setDraggingEnabled(false);
-    EXPECT_FALSE(view.press(handleCentre()));
-    host.matrix = osg::Matrixd::translate(0, 0, 1);
-    view.frame();
-    EXPECT_EQ(dragger->getMatrix().getTrans(), osg::Vec3d());
-    EXPECT_TRUE(dragger->events.empty());
 }
 
 TEST_F(CompositeEventLoop, DisablingDuringADragKeepsItActiveUntilAReleaseAfterReenabling)
@@ -154,12 +131,7 @@ TEST_F(CompositeEventLoop, EventAlreadyHandledOrFromAnotherAdapterIsIgnored)
     press->setHandled(true);
     EXPECT_FALSE(dragger->handle(*press, view.viewer()));
 
-    struct NotAView : osgGA::GUIActionAdapter
-    {
-        void requestRedraw() override {}
-        void requestContinuousUpdate(bool) override {}
-        void requestWarpPointer(float, float) override {}
-    } notAView;
+    RkTest::StubActions notAView;
     press->setHandled(false);
     EXPECT_FALSE(dragger->handle(*press, notAView));
     EXPECT_TRUE(dragger->events.empty());
@@ -202,88 +174,101 @@ TEST_F(CompositeEventLoop, ActivationKeyGatesNewDragsButNotOneUnderWay)
     EXPECT_FALSE(view.press(at));
 }
 
-TEST_F(CompositeEventLoop, FrameFollowsAHostChangeOnceAndThenStaysQuiet)
+// Each row starts from a fresh slider and host at the origin; at the end the
+// dragger sits on the host pose exactly when it followed.
+TEST_F(CompositeEventLoop, FrameEventsFollowTheHostOnceWhenItMovedBeyondTheTolerance)
 {
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    view.frame();
-    EXPECT_EQ(spy.count(), 0);
-    host.matrix = osg::Matrixd::rotate(0.2, osg::X_AXIS) * osg::Matrixd::translate(0.1, 0, 0);
-    view.frame();
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(dragger->getMatrix(), host.matrix);
-    view.frame();
-    view.frame();
-    EXPECT_EQ(spy.count(), 1);
-
-    // A change within the tolerance is not followed.
-    host.matrix = osg::Matrixd::rotate(0.2, osg::X_AXIS) * osg::Matrixd::translate(0.1, 0, 0.00005);
-    view.frame();
-    EXPECT_EQ(spy.count(), 1);
-}
-
-TEST_F(CompositeEventLoop, AlignedFollowTakesTheReceiversTranslationAndTheFramesOrientation)
-{
-    const osg::Quat frame(0.5, osg::Z_AXIS);
-    dragger->setReferenceFrame(frame);
-    dragger->setIsAlignedWithReferenceFrame(true);
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    host.matrix = osg::Matrixd::rotate(0.3, osg::Y_AXIS) * osg::Matrixd::translate(1, 2, 3);
-    view.frame();
-    EXPECT_EQ(spy.count(), 1);
-    const osg::Matrixd expected = osg::Matrixd::rotate(frame) * osg::Matrixd::translate(1, 2, 3);
-    EXPECT_EQ(dragger->getMatrix(), expected);
-}
-
-TEST_F(CompositeEventLoop, NoFollowDuringADrag)
-{
-    view.press(handleCentre());
-    view.drag(view.project(osg::Vec3d(0, 0, 0.2)));
-    const osg::Matrixd dragged = dragger->getMatrix();
-    host.matrix = osg::Matrixd::translate(5, 5, 5);
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    view.frame();
-    EXPECT_EQ(dragger->getMatrix(), dragged);
-    EXPECT_EQ(spy.count(), 0);
-}
-
-TEST_F(CompositeEventLoop, HostStepsWithinTheToleranceAddUpUntilTheDraggerFollows)
-{
-    view.frame();
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+    const osg::Matrixd moved =
+        osg::Matrixd::rotate(0.2, osg::X_AXIS) * osg::Matrixd::translate(0.1, 0, 0);
     const double step = 0.6 * Composite3DDragger::FOLLOW_TOLERANCE;
-    host.matrix = osg::Matrixd::translate(step, 0.0, 0.0);
-    view.frame();
-    view.frame();
-    EXPECT_EQ(spy.count(), 0);
-    // Each step alone is small, but the dragger has stayed behind.
-    host.matrix = osg::Matrixd::translate(2.0 * step, 0.0, 0.0);
-    view.frame();
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(dragger->getMatrix(), host.matrix);
-}
-
-TEST_F(CompositeEventLoop, DraggerMovedAfterAQuietFrameIsPutBack)
-{
-    view.frame();
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    dragger->setMatrix(osg::Matrixd::translate(0.3, 0.0, 0.0));
-    view.frame();
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(dragger->getMatrix(), host.matrix);
+    struct Row
+    {
+        const char* name;
+        std::function<void()> act;
+        int poseSignals;
+        bool followed;
+    };
+    const Row rows[] = {
+        {"host moved: followed once, then quiet, and not within the tolerance",
+         [&] {
+             view.frame();
+             host.pose = moved;
+             view.frame();
+             view.frame();
+             view.frame();
+             host.pose = moved * osg::Matrixd::translate(0, 0, 0.00005);
+             view.frame();
+             EXPECT_EQ(dragger->getMatrix(), moved);
+         },
+         1, false},
+        {"steps within the tolerance add up",
+         [&] {
+             view.frame();
+             host.pose = osg::Matrixd::translate(step, 0.0, 0.0);
+             view.frame();
+             view.frame();
+             host.pose = osg::Matrixd::translate(2.0 * step, 0.0, 0.0);
+             view.frame();
+         },
+         1, true},
+        {"dragger moved after a quiet frame is put back",
+         [&] {
+             view.frame();
+             dragger->setMatrix(osg::Matrixd::translate(0.3, 0.0, 0.0));
+             view.frame();
+         },
+         1, true},
+        {"aligned: the host's translation and the frame's orientation",
+         [&] {
+             dragger->setReferenceFrame(osg::Quat(0.5, osg::Z_AXIS));
+             dragger->setIsAlignedWithReferenceFrame(true);
+             host.pose = osg::Matrixd::rotate(0.3, osg::Y_AXIS) * osg::Matrixd::translate(1, 2, 3);
+             view.frame();
+             EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::rotate(osg::Quat(0.5, osg::Z_AXIS)) *
+                                                 osg::Matrixd::translate(1, 2, 3));
+         },
+         1, false},
+        {"no follow during a drag",
+         [&] {
+             view.press(handleCentre());
+             view.drag(view.project(osg::Vec3d(0, 0, 0.2)));
+             const osg::Matrixd dragged = dragger->getMatrix();
+             host.pose = osg::Matrixd::translate(5, 5, 5);
+             view.frame();
+             EXPECT_EQ(dragger->getMatrix(), dragged);
+         },
+         0, false},
+        {"dragging disabled: no press, no follow",
+         [&] {
+             dragger->setDraggingEnabled(false);
+             EXPECT_FALSE(view.press(handleCentre()));
+             host.pose = osg::Matrixd::translate(0, 0, 1);
+             view.frame();
+             EXPECT_TRUE(dragger->events.empty());
+         },
+         0, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        rebuild();
+        QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
+        row.act();
+        EXPECT_EQ(spy.count(), row.poseSignals);
+        EXPECT_EQ(dragger->getMatrix() == host.pose, row.followed);
+    }
 }
 
 TEST_F(CompositeEventLoop, NonFiniteHostPoseIsIgnoredAndTheDraggerStaysPickable)
 {
-    host.matrix = osg::Matrixd::translate(0.1, 0, 0);
+    host.pose = osg::Matrixd::translate(0.1, 0, 0);
     view.frame();
     const osg::Matrixd lastGood = dragger->getMatrix();
     QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    for (double bad :
-         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
-        host.matrix = osg::Matrixd::translate(bad, 0, 0);
+    for (double bad : {RkTest::kNaN, RkTest::kInfinity}) {
+        host.pose = osg::Matrixd::translate(bad, 0, 0);
         view.frame();
-        host.matrix = osg::Matrixd::identity();
-        host.matrix(2, 2) = bad;
+        host.pose = osg::Matrixd::identity();
+        host.pose(2, 2) = bad;
         view.frame();
     }
     EXPECT_EQ(spy.count(), 0);
@@ -293,18 +278,18 @@ TEST_F(CompositeEventLoop, NonFiniteHostPoseIsIgnoredAndTheDraggerStaysPickable)
     EXPECT_TRUE(view.press(handleCentre()));
     view.drag(view.project(osg::Vec3d(0.1, 0, 0.2)));
     view.release(view.project(osg::Vec3d(0.1, 0, 0.2)));
-    EXPECT_NEAR(host.matrix(3, 2), 0.2, 1e-3);
-    EXPECT_EQ(host.matrix(2, 2), 1.0);
+    EXPECT_NEAR(host.pose(3, 2), 0.2, 1e-3);
+    EXPECT_EQ(host.pose(2, 2), 1.0);
 }
 
 TEST_F(CompositeEventLoop, NonFiniteDraggerIsPutBackOnTheReceiverAtTheNextFrame)
 {
-    host.matrix = osg::Matrixd::translate(0, 0, 0.3);
-    dragger->setMatrix(osg::Matrixd::translate(std::numeric_limits<double>::quiet_NaN(), 0, 0));
+    host.pose = osg::Matrixd::translate(0, 0, 0.3);
+    dragger->setMatrix(osg::Matrixd::translate(RkTest::kNaN, 0, 0));
     QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
     view.frame();
     EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(dragger->getMatrix(), host.matrix);
+    EXPECT_EQ(dragger->getMatrix(), host.pose);
     EXPECT_TRUE(view.press(handleCentre()));
 }
 

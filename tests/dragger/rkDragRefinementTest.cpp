@@ -1,29 +1,16 @@
 // Snapping, precise motion and cancelling, driven through a frame dragger in
 // a real viewer.
-#include "rkFrameDragger.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkThreeAxisDragger.h"
-#include "rkViewerHarness.h"
 
-#include <QSignalSpy>
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-#include <string>
-#include <vector>
-
 using Rk::Composite3DDragger;
-using Rk::FrameDragger;
 using namespace RkTest;
 using Event = osgGA::GUIEventAdapter;
 
 namespace {
 
-const osg::Vec3d kEye(2.5, -5.0, 3.0);
-const double kRingRadius = 0.5;
-const double kNaN = std::numeric_limits<double>::quiet_NaN();
-const double kInfinity = std::numeric_limits<double>::infinity();
 const double kDistanceTolerance = 1e-6;
 const double kPointerTolerance = 2e-3;
 const osg::Vec2d kOutsideTheWindow(-500.0, -400.0);
@@ -33,81 +20,21 @@ double degrees(double value)
     return osg::DegreesToRadians(value);
 }
 
-osg::Vec3d worldOf(osg::Node* node, const osg::Vec3d& local)
-{
-    return local * osg::computeLocalToWorld(node->getParentalNodePaths().front());
-}
-
 /// The angle of `pose` about Z (radians, signed).
 double angleAboutZ(const osg::Matrixd& pose)
 {
     return Rk::commandAngle(osg::Quat(), pose.getRotate(), Composite3DDragger::Z_AXIS);
 }
 
-/// Every signal of the dragger, by name, in order.
-struct SignalLog
-{
-    explicit SignalLog(FrameDragger* dragger)
-    {
-        QObject::connect(dragger, &Composite3DDragger::signalPoseChanged, &context,
-                         [this] { names.push_back("changed"); });
-        QObject::connect(dragger, &Composite3DDragger::signalCommandValueChanged, &context,
-                         [this](double value) {
-                             names.push_back("value");
-                             values.push_back(value);
-                         });
-        QObject::connect(dragger, &Composite3DDragger::signalCommandValueDone, &context,
-                         [this] { names.push_back("done"); });
-        QObject::connect(dragger, &Composite3DDragger::signalDragCancelled, &context,
-                         [this] { names.push_back("cancelled"); });
-    }
-    QObject context; // ends the connections with the log
-    std::vector<std::string> names;
-    std::vector<double> values;
-};
-
-class DragRefinementTest : public ::testing::Test
+class DragRefinementTest : public ::testing::Test, public FrameScene
 {
 protected:
-    DragRefinementTest() : harness(kEye) { rebuild(); }
-
-    /// A new dragger at the identity, seen from the default eye.
-    void rebuild()
-    {
-        store.pose = osg::Matrixd();
-        store.writes.clear();
-        harness.root()->removeChildren(0, harness.root()->getNumChildren());
-        harness.lookAt(kEye, osg::Vec3d(), osg::Z_AXIS);
-        dragger = new FrameDragger(store.makeReceiver(), false);
-        dragger->setupDefaultGeometry();
-        dragger->setScale(1.0);
-        static_cast<Composite3DDragger*>(dragger.get())->showDraggers(true);
-        harness.root()->addChild(dragger.get());
-    }
-
-    osg::Vec2d onArrow(int axis, double distance) const
-    {
-        return harness.project(
-            worldOf(dragger->translateDragger()->getDragger(axis), osg::Z_AXIS * distance));
-    }
-    osg::Vec2d onZRing(double angleDegrees) const
-    {
-        const double radians = degrees(angleDegrees);
-        return harness.project(worldOf(
-            dragger->rotateDragger()->zDragger(),
-            osg::Vec3d(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0)));
-    }
-    void lookDownZ() { harness.lookAt(osg::Vec3d(0.4, -0.6, 5), osg::Vec3d(), osg::Y_AXIS); }
     /// Presses or lets go of a modifier key the way a window system reports it.
     void modifier(int key, int heldMask, bool down)
     {
         harness.holdModifiers(heldMask);
         down ? harness.keyDown(key) : harness.keyUp(key);
     }
-
-    PoseStore store;
-    ViewerHarness harness;
-    osg::ref_ptr<FrameDragger> dragger;
 };
 
 TEST_F(DragRefinementTest, MotionSinceThePressSnapsToTheStep)
@@ -154,8 +81,7 @@ TEST_F(DragRefinementTest, MotionSinceThePressSnapsToTheStep)
 
         if (row.ring) {
             lookDownZ();
-            turnAlong(
-                harness, [&](double at) { return onZRing(at); }, 40, 40 + row.to);
+            turnZRing(40, 40 + row.to);
         } else {
             harness.dragFromTo(onArrow(0, 0.7), onArrow(0, 0.7 + row.to));
         }

@@ -5,7 +5,6 @@
 #include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
 #include "rkRenderTypes.h"
-#include "rkViewerHarness.h"
 
 #include <QCheckBox>
 #include <QDoubleSpinBox>
@@ -18,9 +17,9 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <memory>
-#include <vector>
+
+using RkTest::makePose;
 
 namespace {
 
@@ -34,14 +33,6 @@ bool sameRotation(const osg::Quat& a, const osg::Quat& b)
 {
     const double closeness = std::abs(a.asVec4() * b.asVec4());
     return closeness > 1.0 - kFloatTolerance;
-}
-
-RkCoordinateSystemTransformation makePose(double x, double y, double z, double yaw, double pitch,
-                                          double roll)
-{
-    RkOrientation orientation;
-    orientation.setFrom321Euler(yaw, pitch, roll);
-    return RkCoordinateSystemTransformation(RkVector(x, y, z), orientation);
 }
 
 // A GUI plug-in that records every write of its end-effector pose.
@@ -97,7 +88,7 @@ protected:
     std::unique_ptr<Rk::DraggerDlg> dialog;
 };
 
-TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBound)
+TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignals)
 {
     const std::pair<const char*, double> shown[] = {{"spinBoxX", 1.0}, {"spinBoxY", 2.0},
                                                     {"spinBoxZ", 3.0}, {"spinBoxH", 0.5},
@@ -109,6 +100,14 @@ TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBound)
     EXPECT_TRUE(plugin.poseWrites.empty());
     EXPECT_FALSE(widget<QGroupBox>("groupBoxSystemAlignment")->isVisibleTo(dialog.get()));
     EXPECT_FALSE(dialog->draggerShown());
+
+    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
+    dragger->setPose(makePose(-4.25, 0.5, 7.0, -0.3, 0.1, 0.7));
+    EXPECT_EQ(box("spinBoxX")->value(), -4.25);
+    EXPECT_EQ(box("spinBoxH")->value(), -0.3);
+    EXPECT_EQ(box("spinBoxR")->value(), 0.7);
+    EXPECT_EQ(dialogPoses.count(), 1);
+    EXPECT_TRUE(plugin.poseWrites.empty());
 }
 
 TEST_F(DraggerDlgTest, BoxesClampToTheirRangesAndRoundToThreeDecimals)
@@ -186,17 +185,6 @@ TEST_F(DraggerDlgTest, OutOfRangePoseIsShownClampedAndSentClamped)
     EXPECT_NEAR(dragger->getMatrix().getTrans().x(), 1000.0, kFloatTolerance);
 }
 
-TEST_F(DraggerDlgTest, DraggerPoseSignalRefreshesTheBoxes)
-{
-    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
-    dragger->setPose(makePose(-4.25, 0.5, 7.0, -0.3, 0.1, 0.7));
-    EXPECT_EQ(box("spinBoxX")->value(), -4.25);
-    EXPECT_EQ(box("spinBoxH")->value(), -0.3);
-    EXPECT_EQ(box("spinBoxR")->value(), 0.7);
-    EXPECT_EQ(dialogPoses.count(), 1);
-    EXPECT_TRUE(plugin.poseWrites.empty());
-}
-
 TEST_F(DraggerDlgTest, DraggerScaleIsRoundedToTheBoxAndSentBackExactlyOnce)
 {
     QSignalSpy dialogScales(dialog.get(), &Rk::DraggerDlg::signalScaleChanged);
@@ -231,14 +219,12 @@ TEST_F(DraggerDlgTest, TypedScaleReachesTheDraggerAndItsHandlesSilently)
 TEST_F(DraggerDlgTest, CommandValueLabelShowsThreeDigitsInAFieldOfFive)
 {
     QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
-    dialog->commandValueChanged(1.0);
-    EXPECT_EQ(commandText(), "      1");
-    dialog->commandValueChanged(0.1234);
-    EXPECT_EQ(commandText(), "  0.123");
-    dialog->commandValueChanged(12.345);
-    EXPECT_EQ(commandText(), "   12.3");
-    dialog->commandValueChanged(-1.5708);
-    EXPECT_EQ(commandText(), "  -1.57");
+    const std::pair<double, const char*> shown[] = {
+        {1.0, "      1"}, {0.1234, "  0.123"}, {12.345, "   12.3"}, {-1.5708, "  -1.57"}};
+    for (const auto& [value, text] : shown) {
+        dialog->commandValueChanged(value);
+        EXPECT_EQ(commandText(), text);
+    }
     dialog->commandValueDone();
     EXPECT_TRUE(commandText().isEmpty());
     EXPECT_EQ(done.count(), 1);
@@ -252,7 +238,7 @@ TEST_F(DraggerDlgTest, UpdateOnReleaseBoxFollowsAndSetsTheDraggersFlag)
     EXPECT_TRUE(other.findChild<QCheckBox*>("valueOnReleaseCheckBox")->isChecked());
 }
 
-TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxes)
+TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxesWhileDraggingIsEnabled)
 {
     QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
     widget<QGroupBox>("groupBoxDragger")->setChecked(true);
@@ -267,10 +253,8 @@ TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxes)
     ASSERT_EQ(shows.count(), 2);
     EXPECT_TRUE(shows.at(0).at(0).toBool());
     EXPECT_FALSE(shows.at(1).at(0).toBool());
-}
 
-TEST_F(DraggerDlgTest, DisabledDraggingShowsTheDraggerButKeepsTheBoxesDisabled)
-{
+    // With dragging disabled the dragger shows, but the pose boxes stay off.
     dragger->setDraggingEnabled(false);
     dialog->showDragger(true);
     EXPECT_EQ(dragger->getNodeMask(), kShownMask);
@@ -361,11 +345,7 @@ protected:
 
     osg::Vec2d onXArrow(double x) const { return harness.project(osg::Vec3d(x, 0.0, 0.0)); }
     // A point of the Z ring (radius 0.5 at scale 0.3) of an unturned dragger.
-    static osg::Vec3d onZRing(double angle)
-    {
-        const double radius = 0.15;
-        return osg::Vec3d(radius * std::cos(angle), radius * std::sin(angle), 0.0);
-    }
+    static osg::Vec3d onZRing(double degrees) { return RkTest::ringPoint(degrees, 0.15); }
 
     // Beyond the rings (radius 0.15 at scale 0.3), before the cone.
     static constexpr double kArrowGrab = 0.24;
@@ -436,9 +416,8 @@ TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick
     // at a slant; the host's pose stays.
     harness.lookAt(osg::Vec3d(1.0, -2.0, 3.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
     RkTest::turnAlong(
-        harness,
-        [&](double degrees) { return harness.project(onZRing(osg::DegreesToRadians(degrees))); },
-        -45.0, -15.0, true, 6);
+        harness, [&](double degrees) { return harness.project(onZRing(degrees)); }, -45.0, -15.0,
+        true, 6);
     harness.frame();
     const osg::Quat turn = dragger->getMatrix().getRotate();
     // Turned about Z by the traced angle, and kept after the release.

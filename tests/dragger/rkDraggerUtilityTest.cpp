@@ -12,6 +12,7 @@
 #include <osgUtil/LineSegmentIntersector>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -114,6 +115,38 @@ TEST_F(TorusGeode, PickTorusIsCulledAlwaysButStillHitThroughItsKdTree)
     EXPECT_EQ(ray->getFirstIntersection().drawable.get(), torus);
 }
 
+// Built from the quad strip itself, OpenSceneGraph's KdTree would take the
+// quads' corners in another order and report extra and missing hits.
+TEST_F(TorusGeode, PickTorusKdTreeFindsTheSameHitsAsBruteForce)
+{
+    int rays = 0, raysWithHits = 0;
+    const osg::Vec3d slant(0.3, -0.4, 1.0);
+    for (double degrees = 0.0; degrees < 360.0; degrees += 7.5)
+        for (double offset : {-0.012, -0.005, 0.0, 0.005, 0.012}) {
+            const double angle = osg::DegreesToRadians(degrees);
+            const osg::Vec3d at =
+                osg::Vec3d(std::cos(angle), std::sin(angle), 0) * (kRingRadius + offset);
+            std::vector<std::pair<const osg::Drawable*, osg::Vec3d>> hits[2];
+            for (bool useKdTree : {true, false}) {
+                osg::ref_ptr<osgUtil::LineSegmentIntersector> ray =
+                    new osgUtil::LineSegmentIntersector(at + slant, at - slant);
+                osgUtil::IntersectionVisitor visitor(ray.get());
+                visitor.setUseKdTreeWhenAvailable(useKdTree);
+                geode->accept(visitor);
+                for (const auto& hit : ray->getIntersections())
+                    hits[useKdTree].emplace_back(hit.drawable.get(), hit.getWorldIntersectPoint());
+            }
+            ++rays;
+            raysWithHits += hits[0].empty() ? 0 : 1;
+            ASSERT_EQ(hits[0].size(), hits[1].size()) << degrees << " degrees, offset " << offset;
+            for (std::size_t index = 0; index < hits[0].size(); ++index) {
+                EXPECT_EQ(hits[0][index].first, hits[1][index].first);
+                EXPECT_LT((hits[0][index].second - hits[1][index].second).length(), 1e-6);
+            }
+        }
+    EXPECT_GT(raysWithHits, rays / 2) << "the rays really probe the tube";
+}
+
 TEST_F(TorusGeode, BoundHoldsEveryVertexAndHugsTheRing)
 {
     const osg::BoundingSphere& bound = geode->getBound();
@@ -189,15 +222,12 @@ namespace {
 std::vector<const osg::Node*> handleGeodes(const Rk::FrameDragger& dragger)
 {
     std::vector<const osg::Node*> geodes;
-    for (const osg::Group* handle :
-         {static_cast<osg::Group*>(dragger.translateDragger()->xDragger()),
-          static_cast<osg::Group*>(dragger.translateDragger()->yDragger()),
-          static_cast<osg::Group*>(dragger.translateDragger()->zDragger()),
-          static_cast<osg::Group*>(dragger.rotateDragger()->xDragger()),
-          static_cast<osg::Group*>(dragger.rotateDragger()->yDragger()),
-          static_cast<osg::Group*>(dragger.rotateDragger()->zDragger())})
-        for (unsigned int index = 0; index < handle->getNumChildren(); ++index)
-            geodes.push_back(handle->getChild(index));
+    for (const Rk::Composite3DDragger* part :
+         {static_cast<const Rk::Composite3DDragger*>(dragger.translateDragger()),
+          static_cast<const Rk::Composite3DDragger*>(dragger.rotateDragger())})
+        for (unsigned int axis = 0; axis < 3; ++axis)
+            for (unsigned int index = 0; index < part->getDragger(axis)->getNumChildren(); ++index)
+                geodes.push_back(part->getDragger(axis)->getChild(index));
     return geodes;
 }
 

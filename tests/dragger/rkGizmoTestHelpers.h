@@ -1,15 +1,22 @@
 #ifndef RK_GIZMO_TEST_HELPERS_H
 #define RK_GIZMO_TEST_HELPERS_H
 
+#include "rkCoordinateSystemTransformation.h"
 #include "rkDraggerReceiver.h"
+#include "rkFrameDragger.h"
 #include "rkViewerHarness.h"
 
+#include <QObject>
 #include <osg/Geometry>
 #include <osg/Material>
 #include <osg/Node>
 #include <osg/ref_ptr>
 
+#include <algorithm>
+#include <cmath>
 #include <functional>
+#include <limits>
+#include <string>
 #include <vector>
 
 namespace RkTest {
@@ -60,6 +67,127 @@ const osg::Vec3d kAxes[3] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS};
 /// osgManipulator's default pick colour of its one-axis draggers.
 const osg::Vec4 kPickYellow(1.0f, 1.0f, 0.0f, 1.0f);
 
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+const double kInfinity = std::numeric_limits<double>::infinity();
+/// Radius of the rings in their own frame, before the dragger's scale.
+const double kRingRadius = 0.5;
+/// The eye of most scenes: the gizmo seen from the front, right and above.
+const osg::Vec3d kSceneEye(2.5, -5.0, 3.0);
+
+/// A host pose at (x, y, z) turned by the Z-Y-X Euler angles given.
+inline RkCoordinateSystemTransformation makePose(double x, double y, double z, double yaw,
+                                                 double pitch, double roll)
+{
+    RkOrientation orientation;
+    orientation.setFrom321Euler(yaw, pitch, roll);
+    return RkCoordinateSystemTransformation(RkVector(x, y, z), orientation);
+}
+
+/// The world point of `local`, given in the coordinates of `node`.
+inline osg::Vec3d worldOf(const osg::Node* node, const osg::Vec3d& local)
+{
+    return local * osg::computeLocalToWorld(node->getParentalNodePaths().front());
+}
+
+/// The point of a ring at `degrees` round its own Z, in the ring's frame.
+inline osg::Vec3d ringPoint(double degrees, double radius = kRingRadius)
+{
+    const double radians = osg::DegreesToRadians(degrees);
+    return osg::Vec3d(radius * std::cos(radians), radius * std::sin(radians), 0);
+}
+
+/// Records a dragger's signals by name in the order they come.
+struct SignalLog
+{
+    explicit SignalLog(Rk::Composite3DDragger* dragger)
+    {
+        using C = Rk::Composite3DDragger;
+        QObject::connect(dragger, &C::signalPoseClicked, &context, [this] { add("clicked"); });
+        QObject::connect(dragger, &C::signalPoseChanged, &context, [this] { add("changed"); });
+        QObject::connect(dragger, &C::signalCommandValueChanged, &context, [this](double value) {
+            add("value");
+            values.push_back(value);
+        });
+        QObject::connect(dragger, &C::signalCommandValueDone, &context, [this] { add("done"); });
+        QObject::connect(dragger, &C::signalDragCancelled, &context, [this] { add("cancelled"); });
+    }
+    void add(const char* name) { names.push_back(name); }
+    int count(const std::string& name) const
+    {
+        return int(std::count(names.begin(), names.end(), name));
+    }
+
+    QObject context; // ends the connections with the log
+    std::vector<std::string> names;
+    std::vector<double> values;
+};
+
+/// A frame dragger of scale 1 (with the handle set given) on a host pose,
+/// shown in a real viewer that looks from `eye` at the origin.
+class FrameScene
+{
+public:
+    explicit FrameScene(const osg::Vec3d& eye = kSceneEye, int handleSet = 0)
+        : harness(eye), m_eye(eye), m_handleSet(handleSet)
+    {
+        rebuild();
+    }
+
+    /// A new dragger at the identity pose, seen from the scene's eye.
+    void rebuild()
+    {
+        store.pose = osg::Matrixd();
+        store.writes.clear();
+        harness.root()->removeChildren(0, harness.root()->getNumChildren());
+        harness.lookAt(m_eye, osg::Vec3d(), osg::Z_AXIS);
+        dragger = new Rk::FrameDragger(store.makeReceiver(), false);
+        dragger->setHandleSet(m_handleSet);
+        dragger->setupDefaultGeometry();
+        dragger->setScale(1.0);
+        static_cast<Rk::Composite3DDragger*>(dragger.get())->showDraggers(true);
+        harness.root()->addChild(dragger.get());
+    }
+
+    osgManipulator::Dragger* arrow(int axis) const
+    {
+        return dragger->translateDragger()->getDragger(axis);
+    }
+    osgManipulator::Dragger* ring(int axis) const
+    {
+        return dragger->rotateDragger()->getDragger(axis);
+    }
+    /// The window point `distance` along the arrow of `axis`.
+    osg::Vec2d onArrow(int axis, double distance) const
+    {
+        return harness.project(worldOf(arrow(axis), osg::Z_AXIS * distance));
+    }
+    osg::Vec2d onRing(int axis, double degrees) const
+    {
+        return harness.project(worldOf(ring(axis), ringPoint(degrees)));
+    }
+    /// Looks down the dragger's Z axis, a little off it, so the Z ring follows the pointer.
+    void lookDownZ()
+    {
+        const osg::Vec3d origin = dragger->getMatrix().getTrans();
+        harness.lookAt(origin + osg::Vec3d(0.4, -0.6, 5), origin, osg::Y_AXIS);
+    }
+    /// Press at `from`, four drag steps to `to`, release there (distances
+    /// along the arrow, all points taken before the press).
+    void dragArrow(int axis, double from, double to)
+    {
+        harness.dragFromTo(onArrow(axis, from), onArrow(axis, to));
+    }
+    void turnZRing(double fromDegrees, double toDegrees, bool release = true);
+
+    PoseStore store;
+    ViewerHarness harness;
+    osg::ref_ptr<Rk::FrameDragger> dragger;
+
+private:
+    osg::Vec3d m_eye;
+    int m_handleSet;
+};
+
 /// Turns a ring from `from` to `to` degrees in `events` equal drag events:
 /// the window points are all taken from `at` before the press (the ring
 /// moves with the pose), then pressed, dragged through and released unless
@@ -79,6 +207,13 @@ void turnAlong(ViewerHarness& harness, At at, double from, double to, bool relea
     }
     if (release)
         harness.release(points.back());
+}
+
+inline void FrameScene::turnZRing(double fromDegrees, double toDegrees, bool release)
+{
+    turnAlong(
+        harness, [&](double degrees) { return onRing(2, degrees); }, fromDegrees, toDegrees,
+        release);
 }
 
 } // namespace RkTest

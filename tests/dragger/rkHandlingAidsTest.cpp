@@ -1,14 +1,9 @@
-#include "rkFrameDragger.h"
 #include "rkGizmoTestHelpers.h"
-#include "rkViewerHarness.h"
 
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 #include <osg/Geode>
 #include <osg/ShapeDrawable>
-
-#include <cmath>
-#include <limits>
 
 using Rk::Composite3DDragger;
 using Rk::FrameDragger;
@@ -17,7 +12,6 @@ using namespace RkTest;
 namespace {
 
 const osg::Vec3d kEye(1.5, -3.0, 4.0);
-const double kRingRadius = 0.5;
 const double kTolerance = 8.0;
 // Between two direction cones, so that the ring's line alone is beside the pointer.
 const double kRingDegrees = 67.5;
@@ -25,34 +19,12 @@ const double kRingDegrees = 67.5;
 const double kArrowAt = 0.8;
 const float kFadedAlpha = 0.2f;
 
-osg::Vec3d worldOf(const osg::Node* node, const osg::Vec3d& local)
-{
-    return local * osg::computeLocalToWorld(node->getParentalNodePaths()[0]);
-}
-
-/// A frame dragger of scale 1 seen from `kEye`, its six handles at hand.
-class HandlingAidsTest : public ::testing::Test
+/// A frame dragger of scale 1 (a ring of about 100 px, so that the pixels
+/// beside one handle are far from every other), seen from `kEye`.
+class HandlingAidsTest : public ::testing::Test, public FrameScene
 {
 protected:
-    HandlingAidsTest() : harness(kEye)
-    {
-        dragger = new FrameDragger(store.makeReceiver(), false);
-        dragger->setupDefaultGeometry();
-        // Large on screen (a ring of about 100 px), so that the pixels beside
-        // one handle are far from every other.
-        dragger->setScale(1.0);
-        dragger->Composite3DDragger::showDraggers(true);
-        harness.root()->addChild(dragger.get());
-    }
-
-    osgManipulator::Dragger* arrow(int axis) const
-    {
-        return dragger->translateDragger()->getDragger(axis);
-    }
-    osgManipulator::Dragger* ring(int axis) const
-    {
-        return dragger->rotateDragger()->getDragger(axis);
-    }
+    HandlingAidsTest() : FrameScene(kEye) {}
 
     /// The window point `pixels` beside the image of the handle point at
     /// `local` (handle coordinates), across the image of the handle's line
@@ -71,21 +43,24 @@ protected:
     }
     osg::Vec2d besideRing(int axis, double pixels) const
     {
-        const auto point = [](double degrees) {
-            const double radians = osg::DegreesToRadians(degrees);
-            return osg::Vec3d(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0);
-        };
-        return beside(ring(axis), point(kRingDegrees), point(kRingDegrees + 1.0), pixels);
+        return beside(ring(axis), ringPoint(kRingDegrees), ringPoint(kRingDegrees + 1.0), pixels);
     }
     osg::Vec2d besideArrow(int axis, double pixels) const
     {
         return beside(arrow(axis), osg::Vec3d(0, 0, kArrowAt), osg::Vec3d(0, 0, kArrowAt + 0.05),
                       pixels);
     }
-
-    PoseStore store;
-    ViewerHarness harness;
-    osg::ref_ptr<FrameDragger> dragger;
+    /// Faded handles are see-through; the others show their own axis colour.
+    void expectFaded(const std::vector<bool>& arrows, const std::vector<bool>& rings) const
+    {
+        for (int axis = 0; axis < 3; ++axis) {
+            SCOPED_TRACE(axis);
+            osg::Vec4 faded = kAxisColours[axis];
+            faded.a() = kFadedAlpha;
+            EXPECT_EQ(shownColour(arrow(axis)), arrows[axis] ? faded : kAxisColours[axis]);
+            EXPECT_EQ(shownColour(ring(axis)), rings[axis] ? faded : kAxisColours[axis]);
+        }
+    }
 };
 
 } // namespace
@@ -157,7 +132,7 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     dragger->setPickTolerance(kTolerance);
     dragger->setHoverHighlight(true);
     QSignalSpy hoverChanges(dragger.get(), &Composite3DDragger::signalHoverChanged);
-    const osg::Vec2d onArrow = harness.project(worldOf(arrow(0), osg::Vec3d(0, 0, kArrowAt)));
+    const osg::Vec2d onXArrow = onArrow(0, kArrowAt);
     struct Case
     {
         const char* name;
@@ -166,12 +141,12 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         int emitted;
     };
     const Case cases[] = {
-        {"on the X arrow", onArrow, arrow(0), 1},
+        {"on the X arrow", onXArrow, arrow(0), 1},
         {"beside the Z ring", besideRing(2, 5), ring(2), 1},
         {"beside the Z ring again", besideRing(2, 6), ring(2), 0},
         {"far from every handle", osg::Vec2d(20, 20), nullptr, 1},
         {"beside the X arrow", besideArrow(0, 6), arrow(0), 1},
-        {"outside the window", osg::Vec2d(-50, onArrow.y()), nullptr, 1},
+        {"outside the window", osg::Vec2d(-50, onXArrow.y()), nullptr, 1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -192,7 +167,7 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     // The grabbed ring stays highlighted through its drag, whatever the pointer passes.
     harness.move(besideRing(2, 5));
     harness.press(besideRing(2, 5));
-    harness.drag(onArrow);
+    harness.drag(onXArrow);
     EXPECT_EQ(dragger->hoveredHandle(), ring(2));
     EXPECT_EQ(shownColour(arrow(0)), kRed);
     harness.release(osg::Vec2d(20, 20));
@@ -217,12 +192,12 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     };
     for (const Clearing& c : clearings) {
         SCOPED_TRACE(c.name);
-        harness.move(onArrow);
+        harness.move(onXArrow);
         ASSERT_EQ(dragger->hoveredHandle(), arrow(0));
         c.clear(*dragger);
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         EXPECT_EQ(shownColour(arrow(0)), kRed);
-        harness.move(onArrow + osg::Vec2d(1, 0));
+        harness.move(onXArrow + osg::Vec2d(1, 0));
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         c.restore(*dragger);
     }
@@ -235,21 +210,14 @@ TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
     dragger->setPickTolerance(kTolerance);
     dragger->setViewAngleLimit(8.0);
     harness.frame();
-    const bool fadedArrows[] = {true, false, false};
-    const bool fadedRings[] = {false, true, true};
-    for (int axis = 0; axis < 3; ++axis) {
-        SCOPED_TRACE(axis);
-        EXPECT_FLOAT_EQ(shownColour(arrow(axis)).a(), fadedArrows[axis] ? kFadedAlpha : 1.0f);
-        EXPECT_FLOAT_EQ(shownColour(ring(axis)).a(), fadedRings[axis] ? kFadedAlpha : 1.0f);
-    }
+    expectFaded({true, false, false}, {false, true, true});
     // The edge-on Z ring's line at 225 degrees: clear of the other handles.
-    const double r = kRingRadius * std::sqrt(0.5);
-    const osg::Vec2d onZRing = harness.project(worldOf(ring(2), osg::Vec3d(-r, -r, 0)));
+    const osg::Vec2d onZRing = onRing(2, 225);
     EXPECT_FALSE(harness.press(onZRing));
     harness.release(onZRing);
 
     // Decided at frame events but never during a drag.
-    const osg::Vec2d onXRing = harness.project(worldOf(ring(0), osg::Vec3d(r, r, 0)));
+    const osg::Vec2d onXRing = onRing(0, 45);
     ASSERT_TRUE(harness.press(onXRing));
     harness.lookAt(osg::Vec3d(0.3, 5, 0.2), osg::Vec3d(), osg::Z_AXIS);
     harness.frame();
@@ -262,10 +230,7 @@ TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
 
     // Off again: every handle back in its own colour and pickable.
     dragger->setViewAngleLimit(0.0);
-    for (int axis = 0; axis < 3; ++axis) {
-        EXPECT_EQ(shownColour(arrow(axis)), kAxisColours[axis]);
-        EXPECT_EQ(shownColour(ring(axis)), kAxisColours[axis]);
-    }
+    expectFaded({false, false, false}, {false, false, false});
     harness.lookAt(osg::Vec3d(5, 0.3, 0.2), osg::Vec3d(), osg::Z_AXIS);
     EXPECT_TRUE(harness.press(onZRing));
 }
@@ -274,8 +239,7 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
 {
     dragger->setPickTolerance(5.0);
     dragger->setViewAngleLimit(10.0);
-    const double inf = std::numeric_limits<double>::infinity();
-    for (double bad : {std::nan(""), inf, -inf, -1.0}) {
+    for (double bad : {kNaN, kInfinity, -kInfinity, -1.0}) {
         SCOPED_TRACE(bad);
         dragger->setPickTolerance(bad);
         dragger->setViewAngleLimit(bad);
@@ -286,20 +250,12 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
     // 90 degrees or more fades every arrow and ring whatever the view.
     dragger->setViewAngleLimit(120.0);
     harness.frame();
-    for (int axis = 0; axis < 3; ++axis) {
-        EXPECT_FLOAT_EQ(shownColour(arrow(axis)).a(), kFadedAlpha);
-        EXPECT_FLOAT_EQ(shownColour(ring(axis)).a(), kFadedAlpha);
-    }
+    expectFaded({true, true, true}, {true, true, true});
     dragger->setViewAngleLimit(0.0);
 
     // Not an osgViewer::View: nothing happens.
     dragger->setHoverHighlight(true);
-    struct NoView : osgGA::GUIActionAdapter
-    {
-        void requestRedraw() override {}
-        void requestContinuousUpdate(bool) override {}
-        void requestWarpPointer(float, float) override {}
-    } noView;
+    StubActions noView;
     osg::ref_ptr<osgGA::GUIEventAdapter> move = new osgGA::GUIEventAdapter;
     move->setEventType(osgGA::GUIEventAdapter::MOVE);
     EXPECT_FALSE(dragger->handle(*move, noView));

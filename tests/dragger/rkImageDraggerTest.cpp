@@ -1,5 +1,6 @@
 #include "rkImageDragger.h"
 #include "rkImageTestSupport.h"
+#include "rkViewerHarness.h"
 
 #include <QWidget>
 #include <gtest/gtest.h>
@@ -12,14 +13,6 @@
 using namespace RkImageTest;
 
 namespace {
-
-struct StubActions : osgGA::GUIActionAdapter
-{
-    int redraws = 0;
-    void requestRedraw() override { ++redraws; }
-    void requestContinuousUpdate(bool) override {}
-    void requestWarpPointer(float, float) override {}
-};
 
 const osg::Geode* quadOf(const RkImageDragger& dragger)
 {
@@ -170,7 +163,7 @@ TEST(ImageDragger, HandlesPressReleaseAndDragWithoutAViewer)
     dragger->addRegion({108}, [] {});
     osgManipulator::PointerInfo pointer;
     pointer.setNearFarPoints(osg::Vec3d(44.0, 390.0, 0.0), osg::Vec3d(44.0, 390.0, -1.0));
-    StubActions actions;
+    RkTest::StubActions actions;
     PrintCapture print;
     auto send = [&](Event::EventType type) {
         osg::ref_ptr<Event> event = new Event;

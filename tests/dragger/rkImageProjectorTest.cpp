@@ -38,7 +38,7 @@ TEST(ImageProjector, ProjectsTheNearPointAndDegenerateInputGivesNoPoint)
     perspective(0, 3) = 0.25;
     osg::Matrixd zeroW;
     zeroW(0, 3) = -1.0; // w = 1 - x vanishes at x = 1
-    const osg::Matrixd I;
+    const osg::Matrixd I, P = osg::Matrixd::inverse(perspective);
     const QSize view(800, 600);
     struct Case
     {
@@ -52,14 +52,7 @@ TEST(ImageProjector, ProjectsTheNearPointAndDegenerateInputGivesNoPoint)
     const Case cases[] = {
         {"offsets", QSize(400, 200), 2, 3, 50, I, {44, 10, 5}, {8, 192, 9608}},
         {"plain", view, 0, 0, 100, I, {4, 3, 0}, {0, 599, 59900}},
-        {"perspective inverted in full, with divide",
-         view,
-         0,
-         0,
-         100,
-         osg::Matrixd::inverse(perspective),
-         {4, 3, 0},
-         {-0.5, 599.5, 59949.5}},
+        {"perspective, with divide", view, 0, 0, 100, P, {4, 3, 0}, {-0.5, 599.5, 59949.5}},
         {"left of the image", view, 0, 0, 100, I, {-4, 3, 0}, {-2, 599, 59898}},
         {"negative size", view, 0, 0, -100, I, {4, 3, 0}, {-2, 601, -60102}},
         {"fractional size", view, 0, 0, 0.5, I, {800, 600, 0}, {0, 599, 299.5}},

@@ -116,6 +116,8 @@ struct Scene
     osgGA::EventQueue& queue(int view) { return *windows[view]->getEventQueue(); }
 };
 
+void nothing(Scene&) {}
+
 struct Arrangement
 {
     const char* name;
@@ -123,42 +125,33 @@ struct Arrangement
     int draggers;
     // Picks one press may compute with sharing (one per view and mask).
     unsigned picksPerPress;
-    std::function<void(Scene&)> arrange;
-    std::function<void(Scene&, int point)> betweenPresses;
-    std::function<void(Scene&, bool dragging)> duringDrag;
+    std::function<void(Scene&)> arrange = nothing;
+    std::function<void(Scene&, int point)> betweenPresses = {};
+    std::function<void(Scene&, bool dragging)> duringDrag = {};
 };
 
-void nothing(Scene&) {}
-const std::function<void(Scene&, int)> kNoStep;
-const std::function<void(Scene&, bool)> kNoDragStep;
-
 const Arrangement kArrangements[] = {
-    {"one dragger", 1, 1, 1, nothing, kNoStep, kNoDragStep},
-    {"overlapping", 1, 3, 1, nothing, kNoStep, kNoDragStep},
+    {"one dragger", 1, 1, 1},
+    {"overlapping", 1, 3, 1},
     {"nested: one dragger below another's transform", 1, 2, 1,
      [](Scene& scene) {
          scene.root->removeChild(scene.draggers[1].get());
          scene.draggers[0]->addChild(scene.draggers[1].get());
-     },
-     kNoStep, kNoDragStep},
+     }},
     {"hidden", 1, 3, 1,
      [](Scene& scene) {
          static_cast<Rk::Composite3DDragger*>(scene.draggers[1].get())->showDraggers(false);
-     },
-     kNoStep, kNoDragStep},
-    {"disabled", 1, 3, 1, [](Scene& scene) { scene.draggers[1]->setDraggingEnabled(false); },
-     kNoStep, kNoDragStep},
+     }},
+    {"disabled", 1, 3, 1, [](Scene& scene) { scene.draggers[1]->setDraggingEnabled(false); }},
     {"another intersection mask", 1, 3, 2,
-     [](Scene& scene) { scene.draggers[2]->setIntersectionMask(0xffffffff); }, kNoStep,
-     kNoDragStep},
+     [](Scene& scene) { scene.draggers[2]->setIntersectionMask(0xffffffff); }},
     {"press handled before the draggers", 1, 3, 1,
      [](Scene& scene) {
          osg::ref_ptr<osg::Group> taker = new osg::Group;
          taker->setEventCallback(
              new AtEveryOtherPress([](osgGA::GUIEventAdapter& press) { press.setHandled(true); }));
          scene.root->insertChild(0, taker.get());
-     },
-     kNoStep, kNoDragStep},
+     }},
     {"hidden by another handler during the press", 1, 3, 2,
      [](Scene& scene) {
          osg::ref_ptr<osg::Group> hider = new osg::Group;
@@ -170,8 +163,7 @@ const Arrangement kArrangements[] = {
      },
      [](Scene& scene, int) {
          static_cast<Rk::Composite3DDragger*>(scene.draggers[2].get())->showDraggers(true);
-     },
-     kNoDragStep},
+     }},
     {"removed, re-added and destroyed between presses", 1, 3, 1, nothing,
      [](Scene& scene, int point) {
          if (point % 3 == 1)
@@ -182,14 +174,18 @@ const Arrangement kArrangements[] = {
              scene.root->removeChild(scene.draggers[2].get());
              scene.draggers[2] = nullptr;
          }
-     },
-     kNoDragStep},
-    {"hidden and disabled during a drag", 1, 3, 1, nothing, kNoStep,
+     }},
+    {"hidden and disabled during a drag",
+     1,
+     3,
+     1,
+     nothing,
+     {},
      [](Scene& scene, bool dragging) {
          static_cast<Rk::Composite3DDragger*>(scene.draggers[0].get())->showDraggers(!dragging);
          scene.draggers[1]->setDraggingEnabled(!dragging);
      }},
-    {"two views, presses in both", 2, 3, 1, nothing, kNoStep, kNoDragStep},
+    {"two views, presses in both", 2, 3, 1},
 };
 
 struct PressRun

@@ -4,29 +4,24 @@
 #include "rkAxialShellBound.h"
 #include "rkDraggerUtility.h"
 #include "rkFrameDragger.h"
+#include "rkGizmoTestHelpers.h"
 #include "rkRotateDragger.h"
-#include "rkViewerHarness.h"
 
 #include <gtest/gtest.h>
 #include <osg/ShapeDrawable>
 #include <osgUtil/IntersectionVisitor>
 #include <osgUtil/LineSegmentIntersector>
 
-#include <algorithm>
-#include <cmath>
 #include <set>
-#include <string>
-#include <utility>
-#include <vector>
 
 using Rk::Composite3DDragger;
 using Rk::FrameDragger;
 
 namespace {
 
-const osg::Vec3d kEye(2.5, -5.0, 3.0);
+const osg::Vec3d kEye = RkTest::kSceneEye;
 const int kGridStep = 5;
-const float kRingRadius = 0.5f;
+const double kRingRadius = RkTest::kRingRadius;
 const float kTubeRadius = 0.01f;
 const float kLineWidth = 3.0f;
 
@@ -65,23 +60,27 @@ std::vector<Hit> pick(osg::Camera* camera, osgUtil::LineSegmentIntersector* inte
     return hits;
 }
 
-/// Picks at every `kGridStep`-th window point, once as the viewer picks and
-/// once with the full traversal; every hit must be the same, bit for bit.
-/// Returns the number of window points that hit anything.
+/// Picks at window point (x, y up) once as the viewer picks and once with
+/// the full traversal; every hit must be the same, bit for bit.
+std::vector<Hit> expectSameHitsAt(osg::Camera* camera, double x, double y)
+{
+    osg::ref_ptr<osgUtil::LineSegmentIntersector> viewerPick =
+        new osgUtil::LineSegmentIntersector(osgUtil::Intersector::WINDOW, x, y);
+    osg::ref_ptr<FullTraversalIntersector> fullPick =
+        new FullTraversalIntersector(osgUtil::Intersector::WINDOW, x, y);
+    const std::vector<Hit> hits = pick(camera, viewerPick.get());
+    EXPECT_TRUE(hits == pick(camera, fullPick.get())) << "at " << x << ", " << y;
+    return hits;
+}
+
+/// The same hits at every `kGridStep`-th window point; returns the number
+/// of points that hit anything.
 int expectSameHitsOverTheWindow(osg::Camera* camera)
 {
     int pointsWithHits = 0;
-    for (int x = 0; x < RkTest::ViewerHarness::WIDTH; x += kGridStep) {
-        for (int y = 0; y < RkTest::ViewerHarness::HEIGHT; y += kGridStep) {
-            osg::ref_ptr<osgUtil::LineSegmentIntersector> viewerPick =
-                new osgUtil::LineSegmentIntersector(osgUtil::Intersector::WINDOW, x, y);
-            osg::ref_ptr<FullTraversalIntersector> fullPick =
-                new FullTraversalIntersector(osgUtil::Intersector::WINDOW, x, y);
-            const std::vector<Hit> hits = pick(camera, viewerPick.get());
-            EXPECT_TRUE(hits == pick(camera, fullPick.get())) << "at " << x << ", " << y;
-            pointsWithHits += hits.empty() ? 0 : 1;
-        }
-    }
+    for (int x = 0; x < RkTest::ViewerHarness::WIDTH; x += kGridStep)
+        for (int y = 0; y < RkTest::ViewerHarness::HEIGHT; y += kGridStep)
+            pointsWithHits += expectSameHitsAt(camera, x, y).empty() ? 0 : 1;
     return pointsWithHits;
 }
 
@@ -149,9 +148,7 @@ TEST(PickSegment, ARayAtTheZRingEntersNeitherTheArrowsNorTheRingsItPassesBeside)
     // On the Z ring in front of the origin: the ray passes through the
     // spheres of the X and Y arrows and of the X and Y rings, and through
     // the box of the Y ring (inside its hole).
-    const double angle = -osg::PI / 8;
-    const osg::Vec2d at = harness.project(
-        osg::Vec3d(kRingRadius * std::cos(angle), kRingRadius * std::sin(angle), 0));
+    const osg::Vec2d at = harness.project(RkTest::ringPoint(-22.5));
 
     osg::ref_ptr<osgUtil::LineSegmentIntersector> ray = new osgUtil::LineSegmentIntersector(
         osgUtil::Intersector::WINDOW, at.x(), RkTest::ViewerHarness::HEIGHT - at.y());
@@ -201,16 +198,9 @@ TEST(PickSegment, WhatABoundCannotVouchForIsAlwaysEntered)
     const std::pair<osg::Geode*, osg::Vec3d> targets[] = {{offsetBox.get(), osg::Vec3d()},
                                                           {unculledBox.get(), elsewhere}};
     for (const auto& [geode, centre] : targets) {
-        const osg::Vec2d at = harness.project(
-            centre * osg::computeLocalToWorld(geode->getParentalNodePaths().front()));
-        const double x = at.x();
-        const double y = RkTest::ViewerHarness::HEIGHT - at.y();
-        osg::ref_ptr<osgUtil::LineSegmentIntersector> viewerPick =
-            new osgUtil::LineSegmentIntersector(osgUtil::Intersector::WINDOW, x, y);
-        osg::ref_ptr<FullTraversalIntersector> fullPick =
-            new FullTraversalIntersector(osgUtil::Intersector::WINDOW, x, y);
-        const std::vector<Hit> hits = pick(harness.viewer().getCamera(), viewerPick.get());
-        EXPECT_TRUE(hits == pick(harness.viewer().getCamera(), fullPick.get()));
+        const osg::Vec2d at = harness.project(RkTest::worldOf(geode, centre));
+        const std::vector<Hit> hits = expectSameHitsAt(harness.viewer().getCamera(), at.x(),
+                                                       RkTest::ViewerHarness::HEIGHT - at.y());
         ASSERT_FALSE(hits.empty());
         EXPECT_EQ(hits.front().path.back(), geode);
     }

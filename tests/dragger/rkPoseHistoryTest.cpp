@@ -1,11 +1,9 @@
 #include "rkPoseHistory.h"
 #include "rkDraggerDlg.h"
 #include "rkFinite.h"
-#include "rkFrameDragger.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkRotateDragger.h"
 #include "rkTranslateDragger.h"
-#include "rkViewerHarness.h"
 
 #include <QDoubleSpinBox>
 #include <QRegularExpression>
@@ -14,9 +12,6 @@
 #include <QUndoStack>
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <functional>
-#include <limits>
 #include <memory>
 
 using Rk::Composite3DDragger;
@@ -26,17 +21,9 @@ using namespace RkTest;
 
 namespace {
 
-const osg::Vec3d kEye(2.5, -5.0, 3.0);
-const double kRingRadius = 0.5;
-const double kNaN = std::numeric_limits<double>::quiet_NaN();
 // Whole window pixels put the pointer a little off the handle's own line.
 const double kMillimetreTolerance = 3.0;
 const double kDegreeTolerance = 1.0;
-
-osg::Vec3d worldOf(osg::Node* node, const osg::Vec3d& local)
-{
-    return local * osg::computeLocalToWorld(node->getParentalNodePaths().front());
-}
 
 /// A dragger on a host pose, its history on a real stack, in a real viewer.
 struct Scene
@@ -45,7 +32,7 @@ struct Scene
                        [](Rk::DraggerReceiver* receiver) {
                            return new FrameDragger(receiver, false);
                        })
-        : harness(kEye), stack(std::make_unique<QUndoStack>())
+        : harness(kSceneEye), stack(std::make_unique<QUndoStack>())
     {
         store.pose = start;
         // Held here too: a maker that leaves the receiver out must not leak it.
@@ -73,10 +60,7 @@ struct Scene
     }
     osg::Vec2d onRing(int axis, double degrees) const
     {
-        const double radians = osg::DegreesToRadians(degrees);
-        return harness.project(
-            worldOf(handle(1, axis), osg::Vec3d(kRingRadius * std::cos(radians),
-                                                kRingRadius * std::sin(radians), 0)));
+        return harness.project(worldOf(handle(1, axis), ringPoint(degrees)));
     }
     void dragArrow(int axis, double from, double to)
     {

@@ -1,18 +1,10 @@
 #include "rkRotateDragger.h"
 #include "rkFinite.h"
 #include "rkGizmoTestHelpers.h"
-#include "rkViewerHarness.h"
 
 #include <gtest/gtest.h>
 #include <osg/AutoTransform>
-#include <osg/Geometry>
 #include <osgManipulator/AntiSquish>
-#include <osgUtil/IntersectionVisitor>
-#include <osgUtil/LineSegmentIntersector>
-
-#include <cmath>
-#include <functional>
-#include <limits>
 
 using Rk::Composite3DDragger;
 using Rk::RotateDragger;
@@ -20,29 +12,39 @@ using namespace RkTest;
 
 namespace {
 
-const osg::Vec3d kEye(1.5, -3.0, 4.0);
-const double kRingRadius = 0.5;
+// A pick tube of a few pixels, so that a press at a ring point of a small
+// ring surely finds it; the turn is the matter here.
+const float kThickPickTube = 0.04f;
 
-class RotateDraggerTest : public ::testing::Test
+/// A rotate dragger on its own, at `scale`, its rings kept at a constant
+/// size on screen or not, seen from `distance` away.
+struct RingScene
 {
-protected:
-    RotateDraggerTest() : harness(kEye)
+    RingScene(ViewerHarness& harness, double scale, bool autoScaled, double distance,
+              float pickTube = kThickPickTube)
+        : harness(harness), dragger(new RotateDragger(store.makeReceiver(), autoScaled))
     {
-        dragger = new RotateDragger(store.makeReceiver(), false);
+        dragger->setGeometryProperties(pickTube, kRingRadius);
         dragger->setupDefaultGeometry();
+        dragger->setScale(scale);
         dragger->showDraggers(true);
+        if (autoScaled) {
+            // What the cull would make of the chain: a ring radius of 25
+            // pixels at the dragger's distance (30 degree field of view).
+            const double pixelSize =
+                2.0 * distance * std::tan(osg::DegreesToRadians(15.0)) / ViewerHarness::HEIGHT;
+            auto* antiSquish = static_cast<osg::Group*>(dragger->getChild(0));
+            static_cast<osg::AutoTransform*>(antiSquish->getChild(0))->setScale(pixelSize / scale);
+        }
         harness.root()->addChild(dragger.get());
     }
+    ~RingScene() { harness.root()->removeChild(dragger.get()); }
 
-    /// Window point of the ring of `axis` at `degrees` round its own Z.
-    osg::Vec2d onRing(int axis, double degrees) const
+    /// The ring of `axis` turned to `localDegrees` about its own axis, in world.
+    osg::Vec3d ringPoint(int axis, double localDegrees) const
     {
-        const double radians = osg::DegreesToRadians(degrees);
-        const osg::Vec3d local(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0);
-        return harness.project(local * dragger->getDragger(axis)->getMatrix() *
-                               dragger->getMatrix());
+        return worldOf(dragger->getDragger(axis), RkTest::ringPoint(localDegrees));
     }
-
     /// The direction `inRing`, given in the frame of the ring of `axis`, in world.
     osg::Vec3d worldDirection(int axis, const osg::Vec3d& inRing) const
     {
@@ -52,28 +54,36 @@ protected:
         direction.normalize();
         return direction;
     }
-    /// Looks at the dragger from a little off the axis of `axis`: the ring is
-    /// seen nearly face-on, and osgManipulator projects the pointer on the
-    /// ring's plane, so that the ring follows the pointer round.
-    void lookAlong(int axis)
+    /// Looks at the dragger from `elevationDegrees` above the plane of the
+    /// ring of `axis`, from `azimuthDegrees` round its axis.
+    void lookAtRing(int axis, double elevationDegrees, double azimuthDegrees, double distance)
     {
-        const osg::Vec3d eyes[3] = {osg::Vec3d(5, 0.4, 0.6), osg::Vec3d(0.4, -5, 0.6),
-                                    osg::Vec3d(0.4, -0.6, 5)};
-        harness.lookAt(eyes[axis], osg::Vec3d(), axis == 2 ? osg::Y_AXIS : osg::Z_AXIS);
+        const double elevation = osg::DegreesToRadians(elevationDegrees);
+        const double azimuth = osg::DegreesToRadians(azimuthDegrees);
+        const osg::Vec3d eyeInRing(std::cos(elevation) * std::cos(azimuth),
+                                   std::cos(elevation) * std::sin(azimuth), std::sin(elevation));
+        const osg::Vec3d up = std::abs(eyeInRing.z()) > 0.99 ? osg::Y_AXIS : osg::Z_AXIS;
+        harness.lookAt(worldDirection(axis, eyeInRing) * distance, osg::Vec3d(),
+                       worldDirection(axis, up));
     }
-    /// Presses on the ring of `axis` at `fromDegrees`, drags round to
-    /// `toDegrees` in three steps and, if asked, releases there.
-    void turnRing(int axis, double fromDegrees, double toDegrees, bool release = true)
+    /// Traces the ring's image from `from` to `to` degrees in `events` drag
+    /// events, without releasing, and keeps the command value after each.
+    std::vector<double> trace(int axis, double from, double to, int events)
     {
+        std::vector<double> turns;
         turnAlong(
-            harness, [&](double degrees) { return onRing(axis, degrees); }, fromDegrees, toDegrees,
-            release);
+            harness, [&](double degrees) { return harness.project(ringPoint(axis, degrees)); },
+            from, to, false, events, [&] { turns.push_back(dragger->commandValue()); });
+        return turns;
     }
 
+    ViewerHarness& harness;
     PoseStore store;
-    ViewerHarness harness;
     osg::ref_ptr<RotateDragger> dragger;
 };
+
+const double kViewDistance = 5.0;
+const double kMostPerSlowEvent = 3.0;
 
 } // namespace
 
@@ -130,45 +140,47 @@ TEST(RotateDragger, GeometryPropertiesTakeTubeRadiusFirst)
     EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
 }
 
-TEST_F(RotateDraggerTest, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)
+TEST(RotateDragger, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)
 {
+    ViewerHarness harness;
     for (int axis = 0; axis < 3; ++axis) {
         SCOPED_TRACE(axis);
-        lookAlong(axis);
-        store.pose = osg::Matrixd();
-        harness.frame();
-        store.writes.clear();
+        RingScene scene(harness, 1.0, false, kViewDistance);
+        scene.lookAtRing(axis, 80.0, -45.0, kViewDistance);
+        RotateDragger& dragger = *scene.dragger;
+        scene.trace(axis, 40, 70, 3);
+        EXPECT_TRUE(scene.store.writes.empty());
+        EXPECT_EQ(dragger.activeAxis(), axis);
+        EXPECT_EQ(dragger.dragMode(), RotateDragger::ROTATION_DRAG_MODE);
+        EXPECT_NEAR(dragger.commandValue(), kThirtyDegrees, kAngleTolerance);
+        EXPECT_NEAR(turnAbout(dragger.getMatrix(), kAxes[axis]), dragger.commandValue(), 1e-9);
+        harness.release(harness.project(scene.ringPoint(axis, 70)));
 
-        turnRing(axis, 40, 70, false);
-        EXPECT_TRUE(store.writes.empty());
-        EXPECT_EQ(dragger->activeAxis(), axis);
-        EXPECT_EQ(dragger->dragMode(), RotateDragger::ROTATION_DRAG_MODE);
-        EXPECT_NEAR(dragger->commandValue(), kThirtyDegrees, kAngleTolerance);
-        EXPECT_NEAR(turnAbout(dragger->getMatrix(), kAxes[axis]), dragger->commandValue(), 1e-9);
-        harness.release(onRing(axis, 70));
-
-        ASSERT_EQ(store.writes.size(), 1u);
-        EXPECT_NEAR(turnAbout(store.pose, kAxes[axis]), dragger->commandValue(), 1e-6);
-        EXPECT_TRUE(closeTo(osg::Matrixd::transform3x3(kAxes[axis], store.pose), kAxes[axis], 1e-6))
+        ASSERT_EQ(scene.store.writes.size(), 1u);
+        const osg::Matrixd& pose = scene.store.pose;
+        EXPECT_NEAR(turnAbout(pose, kAxes[axis]), dragger.commandValue(), 1e-6);
+        EXPECT_TRUE(closeTo(osg::Matrixd::transform3x3(kAxes[axis], pose), kAxes[axis], 1e-6))
             << "the axis itself stays put";
-        EXPECT_EQ(dragger->activeAxis(), axis);
+        EXPECT_EQ(dragger.activeAxis(), axis);
     }
-}
 
-TEST_F(RotateDraggerTest, EachPressMeasuresFromThePoseAtThatPress)
-{
-    lookAlong(Composite3DDragger::Z_AXIS);
-    turnRing(Composite3DDragger::Z_AXIS, 40, 70);
-    const osg::Quat afterFirst = dragger->getMatrix().getRotate();
-
-    turnRing(Composite3DDragger::Z_AXIS, 45, 65, false);
-    EXPECT_TRUE(dragger->startRotation() == afterFirst);
-    EXPECT_NEAR(dragger->commandValue(), osg::DegreesToRadians(20.0), kAngleTolerance);
-    harness.release(onRing(Composite3DDragger::Z_AXIS, 45));
-    harness.press(onRing(Composite3DDragger::Z_AXIS, 45));
-    EXPECT_EQ(dragger->commandValue(), 0.0) << "a new press starts from zero";
-    harness.release(onRing(Composite3DDragger::Z_AXIS, 45));
-    EXPECT_NEAR(turnAbout(store.pose, osg::Z_AXIS), osg::DegreesToRadians(50.0),
+    // Each press measures from the pose at that press, starting from zero.
+    RingScene scene(harness, 1.0, false, kViewDistance);
+    scene.lookAtRing(2, 80.0, -45.0, kViewDistance);
+    const auto release = [&](double degrees) {
+        harness.release(harness.project(scene.ringPoint(2, degrees)));
+    };
+    scene.trace(2, 40, 70, 3);
+    release(70);
+    const osg::Quat afterFirst = scene.dragger->getMatrix().getRotate();
+    scene.trace(2, 45, 65, 3);
+    EXPECT_TRUE(scene.dragger->startRotation() == afterFirst);
+    EXPECT_NEAR(scene.dragger->commandValue(), osg::DegreesToRadians(20.0), kAngleTolerance);
+    release(45);
+    harness.press(harness.project(scene.ringPoint(2, 45)));
+    EXPECT_EQ(scene.dragger->commandValue(), 0.0) << "a new press starts from zero";
+    release(45);
+    EXPECT_NEAR(turnAbout(scene.store.pose, osg::Z_AXIS), osg::DegreesToRadians(50.0),
                 2 * kAngleTolerance);
 }
 
@@ -188,134 +200,6 @@ TEST(CommandAngle, IsSignedByTheAxisInTheFrameAtThePress)
     const osg::Quat now = osg::Quat(kThirtyDegrees, osg::Z_AXIS) * start;
     EXPECT_NEAR(Rk::commandAngle(start, now, Composite3DDragger::Z_AXIS), kThirtyDegrees, 1e-6);
 }
-
-namespace {
-
-/// Every hit of a window ray through the viewer's camera, as the draggers'
-/// pick sees it (intersection mask 1024), with or without KdTrees.
-osgUtil::LineSegmentIntersector::Intersections windowHits(ViewerHarness& harness,
-                                                          const osg::Vec2d& window, bool useKdTrees)
-{
-    osg::ref_ptr<osgUtil::LineSegmentIntersector> ray = new osgUtil::LineSegmentIntersector(
-        osgUtil::Intersector::WINDOW, window.x(), ViewerHarness::HEIGHT - window.y());
-    osgUtil::IntersectionVisitor visitor(ray.get());
-    visitor.setTraversalMask(Composite3DDragger::DRAGGER_MASK);
-    visitor.setUseKdTreeWhenAvailable(useKdTrees);
-    harness.viewer().getCamera()->accept(visitor);
-    return ray->getIntersections();
-}
-
-} // namespace
-
-TEST_F(RotateDraggerTest, RingPicksAreTheSameWithAndWithoutThePickTorusKdTree)
-{
-    // Window points on, just inside and just outside every ring, all round.
-    const double pixelOffsets[] = {-3.0, -1.0, 0.0, 1.0, 3.0};
-    int rays = 0;
-    int raysWithHits = 0;
-    for (int axis = 0; axis < 3; ++axis) {
-        for (double degrees = 0.0; degrees < 360.0; degrees += 7.5) {
-            const osg::Vec2d onTheRing = onRing(axis, degrees);
-            for (double offset : pixelOffsets) {
-                const osg::Vec2d window = onTheRing + osg::Vec2d(offset, offset);
-                const auto withKdTree = windowHits(harness, window, true);
-                const auto bruteForce = windowHits(harness, window, false);
-                ++rays;
-                raysWithHits += withKdTree.empty() ? 0 : 1;
-                ASSERT_EQ(withKdTree.size(), bruteForce.size()) << "ray " << rays;
-                auto fast = withKdTree.begin();
-                for (auto slow = bruteForce.begin(); slow != bruteForce.end(); ++slow, ++fast) {
-                    EXPECT_EQ(fast->nodePath, slow->nodePath);
-                    EXPECT_EQ(fast->drawable, slow->drawable);
-                    EXPECT_TRUE(closeTo(fast->getWorldIntersectPoint(),
-                                        slow->getWorldIntersectPoint(), 1e-6));
-                }
-            }
-        }
-    }
-    // The grid really probes the rings, not only empty space.
-    EXPECT_GT(raysWithHits, rays / 2);
-}
-
-namespace {
-
-// A pick tube of a few pixels, so that a press at a ring point of a small
-// ring surely finds it; the turn is the matter here.
-const float kThickPickTube = 0.04f;
-
-/// A rotate dragger on its own, at `scale`, its rings kept at a constant
-/// size on screen or not, seen from `distance` away.
-struct RingScene
-{
-    RingScene(ViewerHarness& harness, double scale, bool autoScaled, double distance,
-              float pickTube = kThickPickTube)
-        : harness(harness), dragger(new RotateDragger(store.makeReceiver(), autoScaled))
-    {
-        dragger->setGeometryProperties(pickTube, kRingRadius);
-        dragger->setupDefaultGeometry();
-        dragger->setScale(scale);
-        dragger->showDraggers(true);
-        if (autoScaled) {
-            // What the cull would make of the chain: a ring radius of 25
-            // pixels at the dragger's distance (30 degree field of view).
-            const double pixelSize =
-                2.0 * distance * std::tan(osg::DegreesToRadians(15.0)) / ViewerHarness::HEIGHT;
-            auto* antiSquish = static_cast<osg::Group*>(dragger->getChild(0));
-            static_cast<osg::AutoTransform*>(antiSquish->getChild(0))->setScale(pixelSize / scale);
-        }
-        harness.root()->addChild(dragger.get());
-    }
-    ~RingScene() { harness.root()->removeChild(dragger.get()); }
-
-    /// The ring of `axis` turned to `localDegrees` about its own axis, in world.
-    osg::Vec3d ringPoint(int axis, double localDegrees) const
-    {
-        const double radians = osg::DegreesToRadians(localDegrees);
-        const osgManipulator::Dragger* ring = dragger->getDragger(axis);
-        return osg::Vec3d(kRingRadius * std::cos(radians), kRingRadius * std::sin(radians), 0) *
-               osg::computeLocalToWorld(ring->getParentalNodePaths().front());
-    }
-    /// The direction `inRing`, given in the frame of the ring of `axis`, in world.
-    osg::Vec3d worldDirection(int axis, const osg::Vec3d& inRing) const
-    {
-        osg::Vec3d direction = osg::Matrixd::transform3x3(
-            inRing,
-            osg::computeLocalToWorld(dragger->getDragger(axis)->getParentalNodePaths().front()));
-        direction.normalize();
-        return direction;
-    }
-    /// Looks at the dragger from `elevationDegrees` above the plane of the
-    /// ring of `axis`, from `azimuthDegrees` round its axis.
-    void lookAtRing(int axis, double elevationDegrees, double azimuthDegrees, double distance)
-    {
-        const double elevation = osg::DegreesToRadians(elevationDegrees);
-        const double azimuth = osg::DegreesToRadians(azimuthDegrees);
-        const osg::Vec3d eyeInRing(std::cos(elevation) * std::cos(azimuth),
-                                   std::cos(elevation) * std::sin(azimuth), std::sin(elevation));
-        const osg::Vec3d up = std::abs(eyeInRing.z()) > 0.99 ? osg::Y_AXIS : osg::Z_AXIS;
-        harness.lookAt(worldDirection(axis, eyeInRing) * distance, osg::Vec3d(),
-                       worldDirection(axis, up));
-    }
-    /// Traces the ring's image from `from` to `to` degrees in `events` drag
-    /// events, without releasing, and keeps the command value after each.
-    std::vector<double> trace(int axis, double from, double to, int events)
-    {
-        std::vector<double> turns;
-        turnAlong(
-            harness, [&](double degrees) { return harness.project(ringPoint(axis, degrees)); },
-            from, to, false, events, [&] { turns.push_back(dragger->commandValue()); });
-        return turns;
-    }
-
-    ViewerHarness& harness;
-    PoseStore store;
-    osg::ref_ptr<RotateDragger> dragger;
-};
-
-const double kViewDistance = 5.0;
-const double kMostPerSlowEvent = 3.0;
-
-} // namespace
 
 TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingAndSize)
 {
@@ -361,7 +245,7 @@ TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingA
 
 TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
 {
-    const osg::Vec2d nowhere(std::nan(""), std::numeric_limits<double>::infinity());
+    const osg::Vec2d nowhere(kNaN, kInfinity);
     struct Case
     {
         const char* name;

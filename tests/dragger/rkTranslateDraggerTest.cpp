@@ -1,6 +1,5 @@
 #include "rkTranslateDragger.h"
 #include "rkGizmoTestHelpers.h"
-#include "rkViewerHarness.h"
 
 #include <gtest/gtest.h>
 #include <osg/LineWidth>

@@ -1,9 +1,9 @@
+#include "rkGizmoTestHelpers.h"
 #include "rkRotateDragger.h"
 
 #include <gtest/gtest.h>
 #include <osgViewer/Viewer>
 
-#include <cmath>
 #include <cstdlib>
 
 namespace {
@@ -48,10 +48,7 @@ osg::ref_ptr<osgViewer::Viewer> openView(osg::Node* scene, const osg::Vec3d& eye
 /// 30 degrees, with the transforms as they are now.
 osg::Vec2d ringPointIn(osgViewer::Viewer& viewer, Rk::RotateDragger& dragger)
 {
-    osg::Node* ring = dragger.zDragger();
-    const double angle = osg::DegreesToRadians(30.0);
-    const osg::Vec3d local(std::cos(angle) * 0.5, std::sin(angle) * 0.5, 0.0);
-    const osg::Vec3d world = local * osg::computeLocalToWorld(ring->getParentalNodePaths().front());
+    const osg::Vec3d world = RkTest::worldOf(dragger.zDragger(), RkTest::ringPoint(30.0));
     const osg::Camera* camera = viewer.getCamera();
     const osg::Vec3d window = world * camera->getViewMatrix() * camera->getProjectionMatrix() *
                               camera->getViewport()->computeWindowMatrix();

@@ -82,63 +82,45 @@ private:
         return m_view.project(local * m_dragger->getMatrix());
     }
 
+    /// One of twenty equally likely slots: 2 presses, 4 drags, 2 releases, 3
+    /// frames, a far move, a key, a host write, a scale, 4 dialog edits, and
+    /// the dragging-enabled flag.
     void step()
     {
-        switch (pick(20)) {
-        case 0:
-        case 1:
+        const int slot = pick(20);
+        if (slot < 2) {
             m_view.press(nearTheDragger());
-            break;
-        case 2:
-        case 3:
-        case 4:
-        case 5:
+        } else if (slot < 6) {
             m_view.drag(nearTheDragger());
-            break;
-        case 6:
-        case 7:
+        } else if (slot < 8) {
             m_view.release(nearTheDragger());
-            break;
-        case 8:
-        case 9:
-        case 10:
+        } else if (slot < 11) {
             m_view.frame();
-            break;
-        case 11:
+        } else if (slot == 11) {
             m_view.move(osg::Vec2d(uniform(-1e4, 1e4), uniform(-1e4, 1e4)));
-            break;
-        case 12:
+        } else if (slot == 12) {
             m_view.keyDown('a' + pick(26));
-            break;
-        case 13:
+        } else if (slot == 13) {
             m_hostPose = osg::Matrixd::rotate(uniform(-3, 3), osg::Z_AXIS) *
                          osg::Matrixd::translate(uniform(-1, 1), uniform(-1, 1), uniform(-1, 1));
             if (pick(10) == 0)
                 m_hostPose(3, pick(3)) = std::numeric_limits<double>::quiet_NaN();
-            break;
-        case 14:
+        } else if (slot == 14) {
             m_dragger->setScale(pick(8) == 0 ? 0.0 : uniform(0.1, 2.0));
-            break;
-        case 15:
+        } else if (slot == 15) {
             m_dialog->findChild<QCheckBox*>("valueOnReleaseCheckBox")->setChecked(pick(2));
-            break;
-        case 16:
+        } else if (slot == 16) {
             m_dialog->findChild<QGroupBox*>("groupBoxSystemAlignment")->setChecked(pick(2));
-            break;
-        case 17:
+        } else if (slot == 17) {
             m_dialog
                 ->findChild<QAbstractButton*>(pick(2) ? "radioButtonCustom" : "radioButtonSystem")
                 ->setChecked(true);
-            break;
-        case 18: {
+        } else if (slot == 18) {
             QDoubleSpinBox* box = m_dialog->findChild<QDoubleSpinBox*>("spinBoxX");
             box->setValue(uniform(-2, 2));
             emit box->editingFinished();
-            break;
-        }
-        default:
+        } else {
             m_dragger->setDraggingEnabled(pick(8) != 0);
-            break;
         }
     }
 

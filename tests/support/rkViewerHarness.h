@@ -61,6 +61,15 @@ private:
     osg::ref_ptr<osg::Group> m_root;
 };
 
+/// An action adapter that is no `osgViewer::View`; counts redraw requests.
+struct StubActions : osgGA::GUIActionAdapter
+{
+    int redraws = 0;
+    void requestRedraw() override { ++redraws; }
+    void requestContinuousUpdate(bool) override {}
+    void requestWarpPointer(float, float) override {}
+};
+
 } // namespace RkTest
 
 #endif
