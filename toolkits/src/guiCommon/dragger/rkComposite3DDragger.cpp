@@ -294,16 +294,11 @@ bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::Vi
                               osgGA::GUIActionAdapter& action)
 {
     _pointer.reset();
-    // Only a dragger on the first hit's path takes the hits: every other one
-    // of a crowded scene looks at that path alone, and ends as it would with
-    // all of them.
-    const auto* first = PickCache::firstHit(view, event, _intersectionMask);
-    if (!first || !PickCache::pathContains(first->nodePath, this))
+    // Only a dragger on the first hit's path takes the hits.
+    const PickCache::Hits* hits = PickCache::hitsTakenBy(this, view, event, _intersectionMask);
+    if (!hits)
         return false;
-    const PickCache::Hits& hits = PickCache::hits(view, event, _intersectionMask);
-    if (hits.empty() || !PickCache::pathContains(hits.begin()->nodePath, this))
-        return false;
-    for (const osgUtil::LineSegmentIntersector::Intersection& hit : hits)
+    for (const osgUtil::LineSegmentIntersector::Intersection& hit : *hits)
         _pointer.addIntersection(hit.nodePath, hit.getLocalIntersectPoint());
 
     bool picked = false;
@@ -311,10 +306,7 @@ bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::Vi
     for (osg::Node* node : path) {
         if (node != static_cast<osg::Node*>(this))
             continue;
-        _pointer.setCamera(cameraAbove(path, view));
-        projectPointer(event);
-        handle(_pointer, event, action);
-        setDraggerActive(true);
+        takePress(event, action, cameraAbove(path, view));
         picked = true;
     }
     return picked;
@@ -330,11 +322,17 @@ bool Composite3DDragger::grabNearby(const osgGA::GUIEventAdapter& event, osgView
         return false;
     _pointer.reset();
     _pointer.addIntersection(grab.path, grab.localPoint);
-    _pointer.setCamera(grab.camera);
+    takePress(event, action, grab.camera);
+    return true;
+}
+
+void Composite3DDragger::takePress(const osgGA::GUIEventAdapter& event,
+                                   osgGA::GUIActionAdapter& action, osg::Camera* camera)
+{
+    _pointer.setCamera(camera);
     projectPointer(event);
     handle(_pointer, event, action);
     setDraggerActive(true);
-    return true;
 }
 
 bool Composite3DDragger::dragStep(const osgGA::GUIEventAdapter& event,

@@ -267,6 +267,8 @@ private:
               osgGA::GUIActionAdapter& action);
     bool grabNearby(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
                     osgGA::GUIActionAdapter& action);
+    void takePress(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action,
+                   osg::Camera* camera);
     bool dragStep(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action,
                   bool result);
     void followReceiver();

@@ -242,6 +242,19 @@ PickCache::firstHit(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
     return found.empty() ? nullptr : &*found.begin();
 }
 
+const PickCache::Hits* PickCache::hitsTakenBy(const osg::Node* taker, osgViewer::View& view,
+                                              const osgGA::GUIEventAdapter& event,
+                                              osg::Node::NodeMask mask)
+{
+    const auto* front = firstHit(view, event, mask);
+    if (!front || !pathContains(front->nodePath, taker))
+        return nullptr;
+    // A stale path behind the front one gives a new pick: its front hit is
+    // looked at again.
+    const Hits& all = hits(view, event, mask);
+    return !all.empty() && pathContains(all.begin()->nodePath, taker) ? &all : nullptr;
+}
+
 bool PickCache::pathContains(const osg::NodePath& path, const osg::Node* node)
 {
     return std::find(path.begin(), path.end(), node) != path.end();

@@ -70,6 +70,13 @@ public:
     static const osgUtil::LineSegmentIntersector::Intersection*
     firstHit(osgViewer::View& view, const osgGA::GUIEventAdapter& event, osg::Node::NodeMask mask);
 
+    /// The hits under the pointer when `taker` lies on the front hit's path,
+    /// else null: what a dragger deciding whether a press is its own needs.
+    /// A caller that does not take the hits pays for the front path's check
+    /// alone; the taker's hits have every path checked, as `hits()`.
+    static const Hits* hitsTakenBy(const osg::Node* taker, osgViewer::View& view,
+                                   const osgGA::GUIEventAdapter& event, osg::Node::NodeMask mask);
+
     /// Whether `node` lies on `path` (a hit's node path).
     static bool pathContains(const osg::NodePath& path, const osg::Node* node);
 
