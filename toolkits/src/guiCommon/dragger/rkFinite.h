@@ -5,6 +5,7 @@
 #include <osg/Quat>
 
 #include <cmath>
+#include <cstring>
 
 namespace Rk {
 
@@ -32,6 +33,22 @@ inline bool isFinite(const osg::Quat& rotation)
         if (!std::isfinite(rotation[i]))
             return false;
     return true;
+}
+
+/// True when both matrices hold exactly the same bits. Stricter than `==`
+/// (0.0 and -0.0 differ, a NaN equals itself): for memories that may only
+/// reuse an answer for exactly the same inputs.
+inline bool sameBits(const osg::Matrixd& a, const osg::Matrixd& b)
+{
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are the point
+    return std::memcmp(a.ptr(), b.ptr(), sizeof(osg::Matrixd::value_type) * 16) == 0;
+}
+
+/// True when both rotations hold exactly the same bits (see above).
+inline bool sameBits(const osg::Quat& a, const osg::Quat& b)
+{
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are the point
+    return std::memcmp(a._v, b._v, sizeof(a._v)) == 0;
 }
 
 } // namespace Rk

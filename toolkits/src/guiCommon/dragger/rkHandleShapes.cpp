@@ -1,5 +1,6 @@
 #include "rkHandleShapes.h"
 
+#include "rkFinite.h"
 #include "rkOneAxisHandle.h"
 
 #include <osg/Camera>
@@ -88,6 +89,42 @@ osg::Matrixd HandleShapes::parentToWorld(const osg::Node& node)
     return node.getNumParents() ? localToWorld(*node.getParent(0)) : osg::Matrixd();
 }
 
+namespace {
+
+// A camera's window transform, from its matrices and viewport alone.
+struct WindowTransform
+{
+    osg::Matrixd worldToEye;
+    osg::Matrixd projection;
+    double viewport[4] = {0.0, 0.0, 0.0, 0.0};
+    osg::Matrixd eyeToWindow;
+    osg::Matrixd worldToWindow;
+    bool made = false;
+};
+
+// Every dragger asks at every pointer move, all of them through the same
+// camera: the last transform is kept per thread and made again only when the
+// view or projection matrix or the viewport differs from the kept ones.
+const WindowTransform& windowTransformOf(const osg::Camera& camera)
+{
+    thread_local WindowTransform kept;
+    const osg::Viewport& viewport = *camera.getViewport();
+    const double now[4] = {viewport.x(), viewport.y(), viewport.width(), viewport.height()};
+    if (kept.made && sameBits(kept.worldToEye, camera.getViewMatrix()) &&
+        sameBits(kept.projection, camera.getProjectionMatrix()) &&
+        std::equal(now, now + 4, kept.viewport))
+        return kept;
+    kept.worldToEye = camera.getViewMatrix();
+    kept.projection = camera.getProjectionMatrix();
+    std::copy(now, now + 4, kept.viewport);
+    kept.eyeToWindow = kept.projection * viewport.computeWindowMatrix();
+    kept.worldToWindow = kept.worldToEye * kept.eyeToWindow;
+    kept.made = true;
+    return kept;
+}
+
+} // namespace
+
 HandleShapes::Projection HandleShapes::projectionOf(const osg::Camera* camera,
                                                     const osgGA::GUIEventAdapter& event)
 {
@@ -100,10 +137,10 @@ HandleShapes::Projection HandleShapes::projectionOf(const osg::Camera* camera,
         event.getMouseYOrientation() == osgGA::GUIEventAdapter::Y_INCREASING_DOWNWARDS;
     projection.pointer.set(event.getX(),
                            yDownwards ? event.getYmax() - event.getY() : event.getY());
-    projection.worldToEye = camera->getViewMatrix();
-    projection.eyeToWindow =
-        camera->getProjectionMatrix() * camera->getViewport()->computeWindowMatrix();
-    projection.worldToWindow = projection.worldToEye * projection.eyeToWindow;
+    const WindowTransform& transform = windowTransformOf(*camera);
+    projection.worldToEye = transform.worldToEye;
+    projection.eyeToWindow = transform.eyeToWindow;
+    projection.worldToWindow = transform.worldToWindow;
     projection.valid = projection.pointer.valid() && !projection.worldToWindow.isNaN();
     return projection;
 }

@@ -1,5 +1,7 @@
 #include "rkPickCache.h"
 
+#include "rkFinite.h"
+
 #include <osg/Camera>
 #include <osgGA/GUIEventAdapter>
 #include <osgUtil/IntersectionVisitor>
@@ -83,8 +85,8 @@ bool PickCache::Entry::matches(osgViewer::View& otherView, const osg::Camera* ot
 {
     return mask == otherMask && view.get() == &otherView && view.valid() &&
            camera.get() == otherCamera && camera.valid() && otherCamera &&
-           viewMatrix == otherCamera->getViewMatrix() &&
-           projectionMatrix == otherCamera->getProjectionMatrix() &&
+           sameBits(viewMatrix, otherCamera->getViewMatrix()) &&
+           sameBits(projectionMatrix, otherCamera->getProjectionMatrix()) &&
            sameViewport(otherCamera->getViewport(), viewport) && pathsIntact(frontOnly);
 }
 
