@@ -137,7 +137,7 @@ TEST_F(TranslateDraggerTest, DraggingAnArrowMovesAlongItsAxisAndWritesAtRelease)
     }
 }
 
-TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChange)
+TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChangeAndTheChildSearchPrefersXThenY)
 {
     dragger->setActiveAxis(Composite3DDragger::Z_AXIS);
     for (int axis = 0; axis < 3; ++axis)
@@ -149,10 +149,9 @@ TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChange)
     dragger->setActiveAxis(Composite3DDragger::NO_AXIS);
     for (int axis = 0; axis < 3; ++axis)
         EXPECT_EQ(shownColour(dragger->getDragger(axis)), kAxisColours[axis]);
-}
 
-TEST_F(TranslateDraggerTest, ChildSearchPrefersXThenYAndKeepsTheModeWhenNoneIsActive)
-{
+    // The search of the active child prefers X, then Y, and keeps the mode
+    // when none is active.
     dragger->setDragMode(7);
     dragger->setActiveAxis(Composite3DDragger::Y_AXIS);
     dragger->setFromChildDraggerActive();
