@@ -88,7 +88,8 @@ struct Scene
     }
     bool everyWriteFinite() const
     {
-        return std::all_of(store.writes.begin(), store.writes.end(), Rk::isFinite);
+        return std::all_of(store.writes.begin(), store.writes.end(),
+                           [](const osg::Matrixd& write) { return Rk::isFinite(write); });
     }
 
     osg::Matrixd start = osg::Matrixd::translate(0.1, 0.2, 0.3);
