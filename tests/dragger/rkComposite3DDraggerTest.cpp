@@ -71,7 +71,7 @@ TEST(Composite3DDragger, NewDraggerIsHiddenEnabledAndTakesTheReceiversPose)
     EXPECT_FALSE(dragger->draggingEnabled());
 }
 
-TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPose)
+TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPoseAndSlotsAreReachableByName)
 {
     Rk::PluginGUI plugin;
     plugin.setParam<261u, osg::Matrixd>(osg::Matrixd::translate(0, 0, 2));
@@ -80,6 +80,14 @@ TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPose)
     dragger->setMatrix(osg::Matrixd::translate(1, 0, 2));
     dragger->setReceiverMatrix();
     EXPECT_EQ((plugin.param<261u, osg::Matrixd>()), osg::Matrixd::translate(1, 0, 2));
+
+    // The slots are reachable by name.
+    const RkCoordinateSystemTransformation coord(RkVector(0, 0, 4), RkOrientation());
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setPose",
+                                          Q_ARG(RkCoordinateSystemTransformation, coord)));
+    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 4.0, 1e-6);
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setValueOnRelease", Q_ARG(bool, true)));
+    EXPECT_TRUE(dragger->valueOnRelease());
 }
 
 TEST(Composite3DDragger, ShowDraggersReachesEveryHandleOfNestedComposites)
@@ -102,17 +110,6 @@ TEST(Composite3DDragger, ShowDraggersReachesEveryHandleOfNestedComposites)
             EXPECT_EQ(node->getNodeMask(), show ? 1024u : 0u);
     }
     EXPECT_EQ(poseSpy.count(), 0);
-}
-
-TEST(Composite3DDragger, SlotsAreReachableByName)
-{
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
-    const RkCoordinateSystemTransformation coord(RkVector(0, 0, 4), RkOrientation());
-    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setPose",
-                                          Q_ARG(RkCoordinateSystemTransformation, coord)));
-    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 4.0, 1e-6);
-    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setValueOnRelease", Q_ARG(bool, true)));
-    EXPECT_TRUE(dragger->valueOnRelease());
 }
 
 TEST(Composite3DDragger, SetPoseMovesOnlyTheDraggerAndSyncWritesThePreviousPoseFirst)
@@ -277,13 +274,11 @@ TEST(DraggerReceiver, EmptyFunctionsReadTheIdentityAndIgnoreWrites)
     EXPECT_TRUE(receiver->getMatrix().isIdentity());
     receiver->setMatrix(osg::Matrixd::translate(1, 2, 3));
     EXPECT_TRUE(receiver->getMatrix().isIdentity());
-}
 
-TEST(DraggerReceiver, PassesMatricesThroughUnchanged)
-{
+    // Given functions, matrices pass through unchanged.
     osg::Matrixd stored = osg::Matrixd::scale(2, 3, 4); // not rigid: no check, no conversion
-    osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(
-        [&stored] { return stored; }, [&stored](const osg::Matrixd& m) { stored = m; });
+    receiver = new Rk::DraggerReceiver([&stored] { return stored; },
+                                       [&stored](const osg::Matrixd& m) { stored = m; });
     EXPECT_EQ(receiver->getMatrix(), osg::Matrixd::scale(2, 3, 4));
     const osg::Matrixd written =
         osg::Matrixd::rotate(0.3, osg::Vec3d(0, 1, 0)) * osg::Matrixd::translate(7, 8, 9);

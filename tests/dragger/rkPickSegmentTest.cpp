@@ -19,11 +19,8 @@ using Rk::FrameDragger;
 
 namespace {
 
-const osg::Vec3d kEye = RkTest::kSceneEye;
 const int kGridStep = 5;
 const double kRingRadius = RkTest::kRingRadius;
-const float kTubeRadius = 0.01f;
-const float kLineWidth = 3.0f;
 
 /// A line-segment intersector of another type: draggers give it the full
 /// traversal, as they do to any intersector they do not know. Its clones are
@@ -87,7 +84,7 @@ osg::ref_ptr<FrameDragger> shownFrameDragger(bool autoScaleToScreen)
 
 TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
 {
-    RkTest::ViewerHarness harness(kEye);
+    RkTest::ViewerHarness harness(RkTest::kSceneEye);
     osg::ref_ptr<FrameDragger> turned = shownFrameDragger(false);
     turned->setMatrix(osg::Matrixd::rotate(0.7, osg::Vec3d(1, 2, 3)) *
                       osg::Matrixd::translate(0.2, -0.1, 0.3));
@@ -112,7 +109,7 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
 
 TEST(PickSegment, WhatABoundCannotVouchForIsAlwaysEntered)
 {
-    RkTest::ViewerHarness harness(kEye);
+    RkTest::ViewerHarness harness(RkTest::kSceneEye);
     osg::ref_ptr<FrameDragger> frame = shownFrameDragger(false);
     harness.root()->addChild(frame.get());
     osgManipulator::Dragger* xArrow = frame->translateDragger()->getDragger(0);
@@ -154,7 +151,7 @@ TEST(PickSegment, WhatABoundCannotVouchForIsAlwaysEntered)
 TEST(AxialShellBound, ARingsShellLetsRaysThroughItsHoleAndFollowsItsGeometry)
 {
     osg::ref_ptr<osg::Geode> ring =
-        RkDraggerUtility::createRotateDraggerTorusGeode(kRingRadius, kTubeRadius, kLineWidth);
+        RkDraggerUtility::createRotateDraggerTorusGeode(kRingRadius, 0.01f, 3.0f);
     const auto* shell =
         dynamic_cast<const Rk::AxialShellBound*>(ring->getComputeBoundingSphereCallback());
     ASSERT_TRUE(shell);
