@@ -218,19 +218,16 @@ TEST(ImageDragger, PixelsClaimTheCellsTheyFallInAndOddDisplaySizesNeverCrash)
             keys.insert(cell.first);
         EXPECT_EQ(keys, c.keys);
     }
-}
 
-TEST(ImageDragger, FirstClaimOfACellWins)
-{
-    ImageFiles files;
-    osg::ref_ptr<RkImageDragger> dragger =
+    // The first claim of a cell wins.
+    osg::ref_ptr<RkImageDragger> claimed =
         new RkImageDragger(nullptr, files.png("square.png", 50, 50), 0.0, 0.0, 100.0);
     CallLog log;
-    dragger->addRegion({51}, log.recorder('A'));
-    dragger->addRegion({51, 52}, log.recorder('B'));
-    ASSERT_EQ(dragger->getRegions().size(), 2u);
-    dragger->getRegions().at(202)();
-    dragger->getRegions().at(204)();
+    claimed->addRegion({51}, log.recorder('A'));
+    claimed->addRegion({51, 52}, log.recorder('B'));
+    ASSERT_EQ(claimed->getRegions().size(), 2u);
+    claimed->getRegions().at(202)();
+    claimed->getRegions().at(204)();
     EXPECT_EQ(log.calls, "AB");
 }
 

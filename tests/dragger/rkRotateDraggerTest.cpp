@@ -102,6 +102,7 @@ const double kAngleTolerance = 0.01;
 
 TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfTheSizesGiven)
 {
+    PoseStore store;
     osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
     dragger->setupDefaultGeometry();
     for (int axis = 0; axis < 3; ++axis) {
@@ -119,12 +120,9 @@ TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfThe
     const osg::Geode* geode = dragger->zDragger()->getChild(0)->asGeode();
     EXPECT_NEAR(firstVertex(geode->getDrawable(0)).x(), 0.82f, 1e-6f) << "pick torus";
     EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
-}
 
-TEST(RotateDragger, ScreenSizedRingsHangBelowAntiSquishAutoTransformAndScale50)
-{
-    PoseStore store;
-    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(store.makeReceiver(), true);
+    // Screen-sized rings hang below an anti-squish, an auto-transform and a scale of 50.
+    dragger = new RotateDragger(store.makeReceiver(), true);
     dragger->setupDefaultGeometry();
     auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(dragger->getChild(0));
     ASSERT_NE(antiSquish, nullptr);
