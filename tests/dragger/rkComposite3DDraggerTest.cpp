@@ -1,9 +1,12 @@
+// The composite dragger and the receivers it writes through.
 #include "rkComposite3DDragger.h"
+#include "rkDraggerReceiver.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
 #include "rkRenderTypes.h"
 
 #include <QSignalSpy>
+#include <boost/function.hpp>
 #include <gtest/gtest.h>
 #include <osgManipulator/Translate1DDragger>
 
@@ -57,9 +60,18 @@ TEST(Composite3DDragger, NewDraggerIsHiddenEnabledAndTakesTheReceiversPose)
     EXPECT_TRUE(dragger->receiverFollow());
     EXPECT_EQ(dragger->getMatrix(), store.pose);
     EXPECT_TRUE(store.writes.empty());
+
+    // Enabling signals only on a change.
+    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalDraggingEnableChanged);
+    dragger->setDraggingEnabled(true);
+    EXPECT_EQ(spy.count(), 0);
+    dragger->setDraggingEnabled(false);
+    dragger->setDraggingEnabled(false);
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_FALSE(dragger->draggingEnabled());
 }
 
-TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPose)
+TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPoseAndSlotsAreReachableByName)
 {
     Rk::PluginGUI plugin;
     plugin.setParam<261u, osg::Matrixd>(osg::Matrixd::translate(0, 0, 2));
@@ -68,6 +80,14 @@ TEST(Composite3DDragger, PluginConstructorBindsTheEndEffectorPose)
     dragger->setMatrix(osg::Matrixd::translate(1, 0, 2));
     dragger->setReceiverMatrix();
     EXPECT_EQ((plugin.param<261u, osg::Matrixd>()), osg::Matrixd::translate(1, 0, 2));
+
+    // The slots are reachable by name.
+    const RkCoordinateSystemTransformation coord(RkVector(0, 0, 4), RkOrientation());
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setPose",
+                                          Q_ARG(RkCoordinateSystemTransformation, coord)));
+    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 4.0, 1e-6);
+    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setValueOnRelease", Q_ARG(bool, true)));
+    EXPECT_TRUE(dragger->valueOnRelease());
 }
 
 TEST(Composite3DDragger, ShowDraggersReachesEveryHandleOfNestedComposites)
@@ -90,29 +110,6 @@ TEST(Composite3DDragger, ShowDraggersReachesEveryHandleOfNestedComposites)
             EXPECT_EQ(node->getNodeMask(), show ? 1024u : 0u);
     }
     EXPECT_EQ(poseSpy.count(), 0);
-}
-
-TEST(Composite3DDragger, DraggingEnabledSignalsOnlyOnChange)
-{
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalDraggingEnableChanged);
-    dragger->setDraggingEnabled(true);
-    EXPECT_EQ(spy.count(), 0);
-    dragger->setDraggingEnabled(false);
-    dragger->setDraggingEnabled(false);
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_FALSE(dragger->draggingEnabled());
-}
-
-TEST(Composite3DDragger, SlotsAreReachableByName)
-{
-    osg::ref_ptr<Composite3DDragger> dragger = new Composite3DDragger(kNoReceiver);
-    const RkCoordinateSystemTransformation coord(RkVector(0, 0, 4), RkOrientation());
-    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setPose",
-                                          Q_ARG(RkCoordinateSystemTransformation, coord)));
-    EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 4.0, 1e-6);
-    EXPECT_TRUE(QMetaObject::invokeMethod(dragger.get(), "setValueOnRelease", Q_ARG(bool, true)));
-    EXPECT_TRUE(dragger->valueOnRelease());
 }
 
 TEST(Composite3DDragger, SetPoseMovesOnlyTheDraggerAndSyncWritesThePreviousPoseFirst)
@@ -268,6 +265,82 @@ TEST(Composite3DDragger, ScaleReplacesEachComponentsMatrixButIgnoresNonFiniteVal
     EXPECT_EQ(dragger->scale(), -2.0);
     EXPECT_EQ(component->getMatrix(), osg::Matrixd::scale(-2, -2, -2));
     EXPECT_EQ(spy.count(), 4);
+}
+
+TEST(DraggerReceiver, EmptyFunctionsReadTheIdentityAndIgnoreWrites)
+{
+    osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(
+        boost::function<osg::Matrixd()>(), boost::function<void(const osg::Matrixd&)>());
+    EXPECT_TRUE(receiver->getMatrix().isIdentity());
+    receiver->setMatrix(osg::Matrixd::translate(1, 2, 3));
+    EXPECT_TRUE(receiver->getMatrix().isIdentity());
+
+    // Given functions, matrices pass through unchanged.
+    osg::Matrixd stored = osg::Matrixd::scale(2, 3, 4); // not rigid: no check, no conversion
+    receiver = new Rk::DraggerReceiver([&stored] { return stored; },
+                                       [&stored](const osg::Matrixd& m) { stored = m; });
+    EXPECT_EQ(receiver->getMatrix(), osg::Matrixd::scale(2, 3, 4));
+    const osg::Matrixd written =
+        osg::Matrixd::rotate(0.3, osg::Vec3d(0, 1, 0)) * osg::Matrixd::translate(7, 8, 9);
+    receiver->setMatrix(written);
+    EXPECT_EQ(stored, written);
+}
+
+TEST(DraggerReceiver, ArgumentGetterStartsFromTheIdentityIgnoresItsResultAndThrowsWhenEmpty)
+{
+    for (bool reported : {true, false}) {
+        Rk::DraggerReceiver::ReceiverArg arg;
+        arg.getter = [reported](osg::Matrixd& m) {
+            EXPECT_TRUE(m.isIdentity());
+            m.setTrans(1, 2, 3);
+            return reported;
+        };
+        osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(arg);
+        EXPECT_EQ(receiver->getMatrix(), osg::Matrixd::translate(1, 2, 3));
+    }
+    osg::ref_ptr<Rk::DraggerReceiver> empty =
+        new Rk::DraggerReceiver(Rk::DraggerReceiver::ReceiverArg());
+    EXPECT_THROW(empty->getMatrix(), boost::bad_function_call);
+    EXPECT_NO_THROW(empty->setMatrix(osg::Matrixd())); // empty setter: nothing
+}
+
+// The plug-in's own store keeps each parameter at its address (parameter,
+// i, j): a value lands where the receiver wrote it and is read from there.
+TEST(EEDraggerReceiver, UsesItsParameterAtItsIndicesAtEveryCallWithoutCaching)
+{
+    Rk::PluginGUI plugin;
+    osg::ref_ptr<Rk::DraggerReceiver> gui = new Rk::EEDraggerReceiver(&plugin);
+    osg::ref_ptr<Rk::DraggerReceiver> indexed = new Rk::EEDraggerReceiver(&plugin, 2, 5);
+    osg::ref_ptr<Rk::DraggerReceiver> wrapped = new Rk::EEDraggerReceiver(&plugin, -1, -2);
+    EXPECT_TRUE(gui->getMatrix().isIdentity());
+    EXPECT_TRUE(indexed->getMatrix().isIdentity()) << "a failed read gives the identity";
+
+    plugin.setParam<261u, osg::Matrixd>(osg::Matrixd::translate(4, 5, 6));
+    plugin.setParam<14u, osg::Matrixd>(2, 5, osg::Matrixd::translate(0, 0, 1));
+    plugin.setParam<14u, osg::Matrixd>(unsigned(-1), unsigned(-2), osg::Matrixd::scale(3, 3, 3));
+    EXPECT_EQ(gui->getMatrix(), osg::Matrixd::translate(4, 5, 6));
+    EXPECT_EQ(indexed->getMatrix(), osg::Matrixd::translate(0, 0, 1));
+    EXPECT_EQ(wrapped->getMatrix(), osg::Matrixd::scale(3, 3, 3));
+
+    gui->setMatrix(osg::Matrixd::translate(1, 1, 1));
+    indexed->setMatrix(osg::Matrixd::translate(3, 2, 1));
+    EXPECT_EQ((plugin.param<261u, osg::Matrixd>()), osg::Matrixd::translate(1, 1, 1));
+    osg::Matrixd read;
+    EXPECT_TRUE((plugin.getParam<14u, osg::Matrixd>(2, 5, read)));
+    EXPECT_EQ(read, osg::Matrixd::translate(3, 2, 1));
+    EXPECT_EQ(wrapped->getMatrix(), osg::Matrixd::scale(3, 3, 3)) << "other indices untouched";
+}
+
+TEST(EEDraggerReceiver, NullPluginReadsTheIdentityAndIgnoresWrites)
+{
+    osg::ref_ptr<Rk::DraggerReceiver> gui =
+        new Rk::EEDraggerReceiver(static_cast<Rk::PluginGUI*>(nullptr));
+    osg::ref_ptr<Rk::DraggerReceiver> indexed =
+        new Rk::EEDraggerReceiver(static_cast<Rk::Plugin*>(nullptr), 1, 2);
+    for (Rk::DraggerReceiver* receiver : {gui.get(), indexed.get()}) {
+        receiver->setMatrix(osg::Matrixd::translate(1, 2, 3));
+        EXPECT_TRUE(receiver->getMatrix().isIdentity());
+    }
 }
 
 } // namespace

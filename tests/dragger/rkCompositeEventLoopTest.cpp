@@ -84,6 +84,15 @@ TEST_F(CompositeEventLoop, MissesHiddenDraggersAndOtherEventsAreNotHandled)
     EXPECT_FALSE(view.move(handleCentre()));
     EXPECT_FALSE(view.scroll(osgGA::GUIEventAdapter::SCROLL_UP));
     EXPECT_FALSE(view.keyDown('x'));
+    // A press already handled, or through an adapter that is no view.
+    osg::ref_ptr<osgGA::GUIEventAdapter> press = new osgGA::GUIEventAdapter;
+    press->setEventType(osgGA::GUIEventAdapter::PUSH);
+    press->setHandled(true);
+    EXPECT_FALSE(dragger->handle(*press, view.viewer()));
+
+    RkTest::StubActions notAView;
+    press->setHandled(false);
+    EXPECT_FALSE(dragger->handle(*press, notAView));
     dragger->showDraggers(false);
     EXPECT_FALSE(view.press(handleCentre()));
     EXPECT_FALSE(dragger->getDraggerActive());
@@ -112,31 +121,6 @@ TEST_F(CompositeEventLoop, DragMovesThePoseByThePointersDistanceAlongTheHandle)
     EXPECT_FALSE(view.release(from));
 }
 
-TEST_F(CompositeEventLoop, DisablingDuringADragKeepsItActiveUntilAReleaseAfterReenabling)
-{
-    const osg::Vec2d at = handleCentre();
-    view.press(at);
-    dragger->setDraggingEnabled(false);
-    EXPECT_FALSE(view.release(at));
-    EXPECT_TRUE(dragger->getDraggerActive());
-    dragger->setDraggingEnabled(true);
-    EXPECT_TRUE(view.release(at));
-    EXPECT_FALSE(dragger->getDraggerActive());
-}
-
-TEST_F(CompositeEventLoop, EventAlreadyHandledOrFromAnotherAdapterIsIgnored)
-{
-    osg::ref_ptr<osgGA::GUIEventAdapter> press = new osgGA::GUIEventAdapter;
-    press->setEventType(osgGA::GUIEventAdapter::PUSH);
-    press->setHandled(true);
-    EXPECT_FALSE(dragger->handle(*press, view.viewer()));
-
-    RkTest::StubActions notAView;
-    press->setHandled(false);
-    EXPECT_FALSE(dragger->handle(*press, notAView));
-    EXPECT_TRUE(dragger->events.empty());
-}
-
 TEST_F(CompositeEventLoop, ProjectionMeasuresDownwardYFromTheTopOfTheRange)
 {
     // Start a drag through the viewer, then hand the dragger a downward-y
@@ -160,7 +144,7 @@ TEST_F(CompositeEventLoop, ProjectionMeasuresDownwardYFromTheTopOfTheRange)
     EXPECT_NEAR((ray ^ toNear).length() / (ray.length() * toNear.length()), 0.0, 1e-6);
 }
 
-TEST_F(CompositeEventLoop, ActivationKeyGatesNewDragsButNotOneUnderWay)
+TEST_F(CompositeEventLoop, ActivationKeyAndDisablingGateNewDragsButNotOneUnderWay)
 {
     dragger->setActivationKeyEvent('a');
     const osg::Vec2d at = handleCentre();
@@ -172,6 +156,16 @@ TEST_F(CompositeEventLoop, ActivationKeyGatesNewDragsButNotOneUnderWay)
     EXPECT_TRUE(view.drag(at + osg::Vec2d(0, -10)));
     EXPECT_TRUE(view.release(at + osg::Vec2d(0, -10)));
     EXPECT_FALSE(view.press(at));
+
+    // Disabling during a drag keeps it active until a release after re-enabling.
+    dragger->setActivationKeyEvent(0);
+    EXPECT_TRUE(view.press(at));
+    dragger->setDraggingEnabled(false);
+    EXPECT_FALSE(view.release(at));
+    EXPECT_TRUE(dragger->getDraggerActive());
+    dragger->setDraggingEnabled(true);
+    EXPECT_TRUE(view.release(at));
+    EXPECT_FALSE(dragger->getDraggerActive());
 }
 
 // Each row starts from a fresh slider and host at the origin; at the end the

@@ -108,26 +108,15 @@ TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignal
     EXPECT_EQ(box("spinBoxR")->value(), 0.7);
     EXPECT_EQ(dialogPoses.count(), 1);
     EXPECT_TRUE(plugin.poseWrites.empty());
-}
 
-TEST_F(DraggerDlgTest, BoxesClampToTheirRangesAndRoundToThreeDecimals)
-{
-    const std::pair<const char*, double> limits[] = {{"spinBoxX", 1000.0}, {"spinBoxY", 1000.0},
-                                                     {"spinBoxZ", 1000.0}, {"spinBoxR", 10.0},
-                                                     {"spinBoxP", 10.0},   {"spinBoxH", 10.0}};
-    for (const auto& [name, limit] : limits) {
-        SCOPED_TRACE(name);
-        box(name)->setValue(1.5 * limit);
-        EXPECT_EQ(box(name)->value(), limit);
-        box(name)->setValue(-1.5 * limit);
-        EXPECT_EQ(box(name)->value(), -limit);
-        box(name)->setValue(0.12345);
-        EXPECT_EQ(box(name)->value(), 0.123);
-    }
-    box("spinBoxScale")->setValue(-1.0);
-    EXPECT_EQ(box("spinBoxScale")->value(), 0.0);
-    box("spinBoxScale")->setValue(11.0);
-    EXPECT_EQ(box("spinBoxScale")->value(), 10.0);
+    // Binding the same dragger again connects it twice.
+    dialog->setDragger(dragger.get());
+    dialogPoses.clear();
+    QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
+    dragger->setPose(startPose);
+    dragger->setDraggingEnabled(false);
+    EXPECT_EQ(dialogPoses.count(), 2);
+    EXPECT_EQ(shows.count(), 2);
 }
 
 TEST_F(DraggerDlgTest, LabelsTheBoxesAndTheAlignmentChoices)
@@ -173,8 +162,26 @@ TEST_F(DraggerDlgTest, OneFinishedEditSendsTheWholePoseOnceAndReachesTheHost)
                 kFloatTolerance);
 }
 
+// Every box clamps to its range and rounds to three decimals.
 TEST_F(DraggerDlgTest, OutOfRangePoseIsShownClampedAndSentClamped)
 {
+    const std::pair<const char*, double> limits[] = {{"spinBoxX", 1000.0}, {"spinBoxY", 1000.0},
+                                                     {"spinBoxZ", 1000.0}, {"spinBoxR", 10.0},
+                                                     {"spinBoxP", 10.0},   {"spinBoxH", 10.0}};
+    for (const auto& [name, limit] : limits) {
+        SCOPED_TRACE(name);
+        box(name)->setValue(1.5 * limit);
+        EXPECT_EQ(box(name)->value(), limit);
+        box(name)->setValue(-1.5 * limit);
+        EXPECT_EQ(box(name)->value(), -limit);
+        box(name)->setValue(0.12345);
+        EXPECT_EQ(box(name)->value(), 0.123);
+    }
+    box("spinBoxScale")->setValue(-1.0);
+    EXPECT_EQ(box("spinBoxScale")->value(), 0.0);
+    box("spinBoxScale")->setValue(11.0);
+    EXPECT_EQ(box("spinBoxScale")->value(), 10.0);
+
     dialog->showDragger(true);
     dragger->setPose(makePose(1500.0, 0.0, 0.0, 0.0, 0.0, 0.0));
     EXPECT_EQ(box("spinBoxX")->value(), 1000.0);
@@ -185,25 +192,10 @@ TEST_F(DraggerDlgTest, OutOfRangePoseIsShownClampedAndSentClamped)
     EXPECT_NEAR(dragger->getMatrix().getTrans().x(), 1000.0, kFloatTolerance);
 }
 
-TEST_F(DraggerDlgTest, DraggerScaleIsRoundedToTheBoxAndSentBackExactlyOnce)
-{
-    QSignalSpy dialogScales(dialog.get(), &Rk::DraggerDlg::signalScaleChanged);
-    QSignalSpy draggerScales(dragger.get(), SIGNAL(signalScaleChanged()));
-
-    dragger->setScale(0.12345);
-    ASSERT_EQ(dialogScales.count(), 1);
-    EXPECT_EQ(dialogScales.at(0).at(0).toDouble(), 0.123);
-    EXPECT_EQ(dragger->scale(), 0.123);
-    EXPECT_EQ(draggerScales.count(), 1); // only the dragger's own announcement
-
-    // The box already shows 0.123: nothing goes back.
-    dragger->setScale(0.12345);
-    EXPECT_EQ(dialogScales.count(), 1);
-    EXPECT_EQ(dragger->scale(), 0.12345);
-    EXPECT_EQ(dialog->scale(), 0.12345);
-}
-
-TEST_F(DraggerDlgTest, TypedScaleReachesTheDraggerAndItsHandlesSilently)
+// A typed scale reaches the dragger and its handles without the dragger's
+// own announcement; a scale set on the dragger is rounded to the box and
+// sent back exactly once.
+TEST_F(DraggerDlgTest, ScaleIsTypedSilentlyAndRoundedToTheBoxOnce)
 {
     dialog->showDragger(true);
     QSignalSpy dialogScales(dialog.get(), &Rk::DraggerDlg::signalScaleChanged);
@@ -214,6 +206,17 @@ TEST_F(DraggerDlgTest, TypedScaleReachesTheDraggerAndItsHandlesSilently)
     EXPECT_EQ(draggerScales.count(), 0);
     ASSERT_EQ(dialogScales.count(), 1);
     EXPECT_EQ(dialogScales.at(0).at(0).toDouble(), dragger->scale());
+
+    dragger->setScale(0.12345);
+    ASSERT_EQ(dialogScales.count(), 2);
+    EXPECT_EQ(dialogScales.at(1).at(0).toDouble(), 0.123);
+    EXPECT_EQ(dragger->scale(), 0.123);
+    EXPECT_EQ(draggerScales.count(), 1); // only the dragger's own announcement
+    // The box already shows 0.123: nothing goes back.
+    dragger->setScale(0.12345);
+    EXPECT_EQ(dialogScales.count(), 2);
+    EXPECT_EQ(dragger->scale(), 0.12345);
+    EXPECT_EQ(dialog->scale(), 0.12345);
 }
 
 TEST_F(DraggerDlgTest, CommandValueLabelShowsThreeDigitsInAFieldOfFive)
@@ -228,14 +231,6 @@ TEST_F(DraggerDlgTest, CommandValueLabelShowsThreeDigitsInAFieldOfFive)
     dialog->commandValueDone();
     EXPECT_TRUE(commandText().isEmpty());
     EXPECT_EQ(done.count(), 1);
-}
-
-TEST_F(DraggerDlgTest, UpdateOnReleaseBoxFollowsAndSetsTheDraggersFlag)
-{
-    widget<QCheckBox>("valueOnReleaseCheckBox")->setChecked(true);
-    EXPECT_TRUE(dragger->valueOnRelease());
-    Rk::DraggerDlg other(dragger.get());
-    EXPECT_TRUE(other.findChild<QCheckBox*>("valueOnReleaseCheckBox")->isChecked());
 }
 
 TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxesWhileDraggingIsEnabled)
@@ -264,17 +259,6 @@ TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxesWhileDra
     dragger->setDraggingEnabled(true);
     EXPECT_TRUE(box("spinBoxX")->isEnabled());
     EXPECT_TRUE(widget<QCheckBox>("valueOnReleaseCheckBox")->isEnabled());
-}
-
-TEST_F(DraggerDlgTest, BindingTheSameDraggerTwiceConnectsItTwice)
-{
-    dialog->setDragger(dragger.get());
-    QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
-    QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
-    dragger->setPose(startPose);
-    dragger->setDraggingEnabled(false);
-    EXPECT_EQ(dialogPoses.count(), 2);
-    EXPECT_EQ(shows.count(), 2);
 }
 
 TEST_F(DraggerDlgTest, DraggerReplacedByNullIsNoLongerTouched)
@@ -369,9 +353,12 @@ TEST_F(DraggerDlgSceneTest, LiveDragRefreshesTheBoxesAtEveryStep)
     EXPECT_TRUE(commandText().isEmpty());
 }
 
+// The update-on-release box sets the dragger's flag, and a dialog bound
+// later shows it.
 TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
 {
     widget<QCheckBox>("valueOnReleaseCheckBox")->setChecked(true);
+    EXPECT_TRUE(dragger->valueOnRelease());
     QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
     const osg::Vec2d end = onXArrow(kArrowGrab + kArrowMove);
     harness.press(onXArrow(kArrowGrab));
@@ -387,6 +374,8 @@ TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
     EXPECT_EQ(done.count(), 1);
     ASSERT_FALSE(plugin.poseWrites.empty());
     EXPECT_NEAR(plugin.poseWrites.back().getTrans().x(), kArrowMove, kPickTolerance);
+    EXPECT_TRUE(
+        Rk::DraggerDlg(dragger.get()).findChild<QCheckBox*>("valueOnReleaseCheckBox")->isChecked());
 }
 
 TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick)

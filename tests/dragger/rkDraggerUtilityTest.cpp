@@ -48,7 +48,7 @@ protected:
 
 } // namespace
 
-TEST_F(TorusGeode, HoldsAClosedPickTorusAnUnlitRingAndEightCones)
+TEST_F(TorusGeode, HoldsAClosedPickTorusAnUnlitRingAndEightConesInATightBound)
 {
     ASSERT_EQ(geode->getNumDrawables(), 10u);
     expectSinglePrimitive(geode->getDrawable(0), GL_QUAD_STRIP, 20200);
@@ -75,10 +75,8 @@ TEST_F(TorusGeode, HoldsAClosedPickTorusAnUnlitRingAndEightCones)
             ->getWidth(),
         kLineWidth);
     EXPECT_EQ(stateSet->getMode(GL_LIGHTING), osg::StateAttribute::OFF);
-}
 
-TEST_F(TorusGeode, ConesSitOnTheRingAndPointCounterClockwise)
-{
+    // Eight cones sit on the ring and point counter-clockwise.
     for (unsigned int k = 0; k < 8; ++k) {
         SCOPED_TRACE(k);
         const auto* cone = dynamic_cast<const osg::Cone*>(geode->getDrawable(2 + k)->getShape());
@@ -91,9 +89,23 @@ TEST_F(TorusGeode, ConesSitOnTheRingAndPointCounterClockwise)
         const osg::Vec3d tip = cone->getRotation() * osg::Vec3d(0, 0, 1);
         EXPECT_LT((tip - osg::Vec3d(-std::sin(angle), std::cos(angle), 0)).length(), 1e-6);
     }
+
+    // The bound holds every vertex and hugs the ring.
+    const osg::BoundingSphere& bound = geode->getBound();
+    osg::BoundingBox box;
+    for (unsigned int index = 0; index < geode->getNumDrawables(); ++index) {
+        box.expandBy(geode->getDrawable(index)->getBoundingBox());
+        for (const osg::Vec3& vertex : verticesOf(geode->getDrawable(index)))
+            EXPECT_LE((osg::Vec3d(vertex) - bound.center()).length(), bound.radius() + 1e-6);
+    }
+    // Tighter than the sphere through the corners of the drawables' box.
+    EXPECT_LT(bound.radius(), 0.8f * box.radius());
 }
 
-TEST_F(TorusGeode, PickTorusIsCulledAlwaysButStillHitThroughItsKdTree)
+// The pick torus is never drawn but hit through its KdTree. Built from the
+// quad strip itself, OpenSceneGraph's KdTree would take the quads' corners in
+// another order and report extra and missing hits.
+TEST_F(TorusGeode, PickTorusIsCulledAlwaysAndItsKdTreeFindsTheSameHitsAsBruteForce)
 {
     osg::Drawable* torus = geode->getDrawable(0);
     const osg::DrawableCullCallback* callback = torus->getCullCallback()->asDrawableCullCallback();
@@ -113,12 +125,7 @@ TEST_F(TorusGeode, PickTorusIsCulledAlwaysButStillHitThroughItsKdTree)
     geode->accept(visitor);
     ASSERT_TRUE(ray->containsIntersections());
     EXPECT_EQ(ray->getFirstIntersection().drawable.get(), torus);
-}
 
-// Built from the quad strip itself, OpenSceneGraph's KdTree would take the
-// quads' corners in another order and report extra and missing hits.
-TEST_F(TorusGeode, PickTorusKdTreeFindsTheSameHitsAsBruteForce)
-{
     int rays = 0, raysWithHits = 0;
     const osg::Vec3d slant(0.3, -0.4, 1.0);
     for (double degrees = 0.0; degrees < 360.0; degrees += 7.5)
@@ -145,19 +152,6 @@ TEST_F(TorusGeode, PickTorusKdTreeFindsTheSameHitsAsBruteForce)
             }
         }
     EXPECT_GT(raysWithHits, rays / 2) << "the rays really probe the tube";
-}
-
-TEST_F(TorusGeode, BoundHoldsEveryVertexAndHugsTheRing)
-{
-    const osg::BoundingSphere& bound = geode->getBound();
-    osg::BoundingBox box;
-    for (unsigned int index = 0; index < geode->getNumDrawables(); ++index) {
-        box.expandBy(geode->getDrawable(index)->getBoundingBox());
-        for (const osg::Vec3& vertex : verticesOf(geode->getDrawable(index)))
-            EXPECT_LE((osg::Vec3d(vertex) - bound.center()).length(), bound.radius() + 1e-6);
-    }
-    // Tighter than the sphere through the corners of the drawables' box.
-    EXPECT_LT(bound.radius(), 0.8f * box.radius());
 }
 
 TEST(CylinderShellGeode, HoldsTwoTexturedWallsAndTwoCapsWithAnArrowTexture)

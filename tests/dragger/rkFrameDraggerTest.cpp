@@ -33,7 +33,7 @@ class FrameDraggerTest : public ::testing::Test, public FrameScene
 
 } // namespace
 
-TEST(FrameDragger, SetupGivesBothChildrenTheCylinderGeometryAndTheScale)
+TEST(FrameDragger, SetupGivesBothChildrenTheCylinderGeometryAndTheScaleAndShowingSwitchesThem)
 {
     osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
     dragger->setCylinderGeometry(0.5f, 0.15f, 3.0f);
@@ -50,12 +50,8 @@ TEST(FrameDragger, SetupGivesBothChildrenTheCylinderGeometryAndTheScale)
     const osg::Geode* torus = dragger->rotateDragger()->xDragger()->getChild(0)->asGeode();
     EXPECT_NEAR(firstVertex(torus->getDrawable(1)).x(), 0.5f, 1e-6f) << "ring radius";
     EXPECT_NEAR(firstVertex(torus->getDrawable(0)).x(), 3.5f, 1e-6f) << "plus pick tube radius";
-}
 
-TEST(FrameDragger, ShowDraggersSwitchesChildrenAndHandlesButNotItself)
-{
-    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
-    dragger->setupDefaultGeometry();
+    // Showing switches the children and their handles, but not the frame itself.
     dragger->setNodeMask(0x1);
     dragger->showDraggers(true);
     EXPECT_EQ(dragger->getNodeMask(), 0x1u);

@@ -1,18 +1,102 @@
+// The image dragger, its projector and its callback: the quad and its state,
+// regions and their cells, presses through a real viewer with the held-press
+// repeat, the projection of the pointer onto the image, the callback's slot.
 #include "rkImageDragger.h"
-#include "rkImageTestSupport.h"
+#include "rkPrint.h"
 #include "rkViewerHarness.h"
 
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMetaMethod>
+#include <QMetaObject>
+#include <QTemporaryDir>
+#include <QTest>
 #include <QWidget>
+#include <boost/function.hpp>
 #include <gtest/gtest.h>
 #include <osg/Geode>
 #include <osg/Geometry>
+#include <osg/Image>
 #include <osg/Texture2D>
+#include <osgDB/WriteFile>
 
+#include <cmath>
+#include <iostream>
 #include <limits>
-
-using namespace RkImageTest;
+#include <memory>
+#include <sstream>
+#include <string>
 
 namespace {
+
+// Image files written at test time, a capture of the print facility, and a
+// log of region calls.
+class ImageFiles
+{
+public:
+    std::string png(const char* name, int width, int height)
+    {
+        osg::ref_ptr<osg::Image> image = new osg::Image;
+        image->allocateImage(width, height, 1, GL_RGBA, GL_UNSIGNED_BYTE);
+        std::fill(image->data(), image->data() + image->getTotalSizeInBytes(), 0x80);
+        const std::string path = pathOf(name);
+        EXPECT_TRUE(osgDB::writeImageFile(*image, path)) << path;
+        return path;
+    }
+    std::string truncatedPng(const char* name)
+    {
+        const std::string path = png(name, 64, 64);
+        QFile file(QString::fromStdString(path));
+        EXPECT_TRUE(file.resize(file.size() / 2));
+        return path;
+    }
+    std::string file(const char* name, const QByteArray& content)
+    {
+        const std::string path = pathOf(name);
+        QFile out(QString::fromStdString(path));
+        EXPECT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(content);
+        return path;
+    }
+    std::string pathOf(const char* name) const { return m_dir.filePath(name).toStdString(); }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+/// Sends the print facility's lines into a string for the test's lifetime.
+struct PrintCapture
+{
+    std::ostringstream text;
+    PrintCapture() { Rk::Print::instance().setStream(&text); }
+    ~PrintCapture() { Rk::Print::instance().setStream(&std::cout); }
+};
+
+/// Records which region's function ran, in order.
+struct CallLog
+{
+    std::string calls;
+    boost::function<void()> recorder(char region)
+    {
+        return [this, region] { calls += region; };
+    }
+};
+
+osgManipulator::PointerInfo pointerAt(const osg::Vec3d& nearPoint)
+{
+    osgManipulator::PointerInfo pointer;
+    pointer.setNearFarPoints(nearPoint, nearPoint + osg::Vec3d(0.0, 0.0, -1.0));
+    return pointer;
+}
+
+void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected)
+{
+    EXPECT_NEAR(actual.x(), expected.x(), 1e-9);
+    EXPECT_NEAR(actual.y(), expected.y(), 1e-9);
+    EXPECT_NEAR(actual.z(), expected.z(), 1e-6);
+}
+
+const osg::Vec3d kUntouched(-7.0, -7.0, -7.0);
 
 const osg::Geode* quadOf(const RkImageDragger& dragger)
 {
@@ -134,19 +218,16 @@ TEST(ImageDragger, PixelsClaimTheCellsTheyFallInAndOddDisplaySizesNeverCrash)
             keys.insert(cell.first);
         EXPECT_EQ(keys, c.keys);
     }
-}
 
-TEST(ImageDragger, FirstClaimOfACellWins)
-{
-    ImageFiles files;
-    osg::ref_ptr<RkImageDragger> dragger =
+    // The first claim of a cell wins.
+    osg::ref_ptr<RkImageDragger> claimed =
         new RkImageDragger(nullptr, files.png("square.png", 50, 50), 0.0, 0.0, 100.0);
     CallLog log;
-    dragger->addRegion({51}, log.recorder('A'));
-    dragger->addRegion({51, 52}, log.recorder('B'));
-    ASSERT_EQ(dragger->getRegions().size(), 2u);
-    dragger->getRegions().at(202)();
-    dragger->getRegions().at(204)();
+    claimed->addRegion({51}, log.recorder('A'));
+    claimed->addRegion({51, 52}, log.recorder('B'));
+    ASSERT_EQ(claimed->getRegions().size(), 2u);
+    claimed->getRegions().at(202)();
+    claimed->getRegions().at(204)();
     EXPECT_EQ(log.calls, "AB");
 }
 
@@ -161,8 +242,7 @@ TEST(ImageDragger, HandlesPressReleaseAndDragWithoutAViewer)
     // column 8 of row 2, which pixel 2 * 50 + 8 claims in a 50 x 50 grid.
     osg::ref_ptr<RkImageDragger> dragger = new RkImageDragger(&view, image, 2.0, 3.0, 50.0);
     dragger->addRegion({108}, [] {});
-    osgManipulator::PointerInfo pointer;
-    pointer.setNearFarPoints(osg::Vec3d(44.0, 390.0, 0.0), osg::Vec3d(44.0, 390.0, -1.0));
+    const osgManipulator::PointerInfo pointer = pointerAt(osg::Vec3d(44.0, 390.0, 0.0));
     RkTest::StubActions actions;
     PrintCapture print;
     auto send = [&](Event::EventType type) {
@@ -184,4 +264,265 @@ TEST(ImageDragger, HandlesPressReleaseAndDragWithoutAViewer)
     EXPECT_TRUE(dragger->isRepeating());
     EXPECT_TRUE(send(Event::RELEASE));
     EXPECT_FALSE(dragger->isRepeating());
+}
+
+namespace {
+
+const int INTERVAL = RkImageDragger::REPEAT_INTERVAL_MS;
+const int PATIENCE_MS = 3000; // generous: the machine may be busy
+
+/// A 10 x 10 image on a 10 x 10 display grid in a real viewer, seen straight
+/// down the Z axis through an orthographic camera. With a 2 x 2 widget the
+/// projector's scale 2D / W equals D, so the offsets x0 = -1 and y0 = 2 - D
+/// make the projected point (column, row) of the cell under the pointer.
+class ImageDraggerInViewer : public ::testing::Test
+{
+protected:
+    static constexpr double SIZE = 10.0;
+    static constexpr double X0 = -1.0;
+    static constexpr double Y0 = 2.0 - SIZE;
+
+    void SetUp() override
+    {
+        harness.lookAt(osg::Vec3d(0.0, 0.0, 10.0), osg::Vec3d(), osg::Vec3d(0.0, 1.0, 0.0));
+        harness.viewer().getCamera()->setProjectionMatrixAsOrtho(-4.0, 12.0, -9.0, 3.0, 1.0, 100.0);
+        view.resize(2, 2);
+    }
+
+    void place(const std::string& fileName)
+    {
+        dragger = new RkImageDragger(&view, fileName, X0, Y0, SIZE);
+        placed = dragger->getTransformedNode();
+        harness.root()->addChild(placed.get());
+        dragger->setHandleEvents(true);
+    }
+
+    /// The window point over the cell, near its top left corner: the index
+    /// adds py * D before it is truncated, so py's fraction must stay small,
+    /// yet clear of the row above by more than a window pixel (0.02 here).
+    osg::Vec2d cell(int row, int column) const
+    {
+        const double px = column + 0.2, py = row + 0.04;
+        return harness.project(osg::Vec3d(X0 - 1.0 + px, Y0 + SIZE - py, -1.0));
+    }
+
+    bool waitForCalls(std::size_t count)
+    {
+        return QTest::qWaitFor([&] { return log.calls.size() >= count; }, PATIENCE_MS);
+    }
+
+    ImageFiles files;
+    RkTest::ViewerHarness harness;
+    QWidget view;
+    CallLog log;
+    PrintCapture print;
+    osg::ref_ptr<RkImageDragger> dragger;
+    osg::ref_ptr<osg::MatrixTransform> placed;
+};
+
+TEST_F(ImageDraggerInViewer, WithoutImageEveryPressPrintsAndMisses)
+{
+    place(files.truncatedPng("broken.png"));
+    dragger->addRegion({0}, log.recorder('A'));
+    EXPECT_FALSE(harness.press(cell(0, 0)));
+    harness.release(cell(0, 0));
+    EXPECT_NE(print.text.str().find("Found point "), std::string::npos);
+    QTest::qWait(2 * INTERVAL);
+    EXPECT_EQ(log.calls, "");
+}
+
+} // namespace
+
+TEST_F(ImageDraggerInViewer, HeldPressRepeatsTheRegionFromOneIntervalOnUntilRelease)
+{
+    place(files.png("panel.png", 10, 10));
+    dragger->addRegion({34}, log.recorder('A'));
+    // A release before the first tick calls nothing.
+    EXPECT_TRUE(harness.press(cell(3, 4)));
+    EXPECT_TRUE(harness.release(cell(3, 4)));
+    QTest::qWait(2 * INTERVAL);
+    EXPECT_EQ(log.calls, "");
+
+    QElapsedTimer sincePress;
+    sincePress.start();
+    EXPECT_TRUE(harness.press(cell(3, 4)));
+    EXPECT_EQ(log.calls, "");
+    ASSERT_TRUE(waitForCalls(1));
+    EXPECT_GE(sincePress.elapsed(), INTERVAL / 2);
+    ASSERT_TRUE(waitForCalls(3));
+
+    EXPECT_TRUE(harness.release(cell(3, 4)));
+    const std::string callsAtRelease = log.calls;
+    QTest::qWait(4 * INTERVAL);
+    EXPECT_EQ(log.calls, callsAtRelease);
+    EXPECT_FALSE(dragger->isRepeating());
+}
+
+TEST_F(ImageDraggerInViewer, EveryPressOnTheQuadPrintsItsPointAndFreeCellsMiss)
+{
+    place(files.png("panel.png", 10, 10));
+    dragger->addRegion({0}, log.recorder('A'));
+
+    EXPECT_FALSE(harness.press(cell(7, 2)));
+    harness.release(cell(7, 2));
+    EXPECT_FALSE(dragger->isRepeating());
+    const std::string prefix = "[INFO] virtual bool RkImageDragger::handle(const "
+                               "osgManipulator::PointerInfo&, const osgGA::GUIEventAdapter&, "
+                               "osgGA::GUIActionAdapter&): Found point ";
+    const std::string line = print.text.str();
+    ASSERT_EQ(line.compare(0, prefix.size(), prefix), 0) << line;
+    ASSERT_EQ(line.back(), '\n');
+    std::istringstream numbers(line.substr(prefix.size()));
+    double px = 0.0, py = 0.0, index = 0.0;
+    ASSERT_TRUE(numbers >> px >> py >> index);
+    // Within a window pixel (0.02 display units) of the pressed point.
+    EXPECT_NEAR(px, 2.2, 0.03);
+    EXPECT_NEAR(py, 7.04, 0.03);
+    EXPECT_NEAR(index, px + py * SIZE, 1e-9);
+    EXPECT_EQ(std::floor(index), 72.0);
+
+    // A press beside the quad is not picked: the dragger never sees it.
+    print.text.str("");
+    EXPECT_FALSE(harness.press(harness.project(osg::Vec3d(10.0, 0.0, -1.0))));
+    EXPECT_EQ(print.text.str(), "");
+}
+
+TEST_F(ImageDraggerInViewer, PressOnAnotherRegionRetargetsDraggingOffKeepsCallingDestructionStops)
+{
+    place(files.png("panel.png", 10, 10));
+    dragger->addRegion({11}, log.recorder('A'));
+    dragger->addRegion({88}, log.recorder('B'));
+
+    EXPECT_TRUE(harness.press(cell(1, 1)));
+    ASSERT_TRUE(waitForCalls(1));
+    EXPECT_FALSE(harness.drag(cell(5, 5)));
+    EXPECT_FALSE(harness.press(cell(5, 5)));
+    const std::size_t before = log.calls.size();
+    ASSERT_TRUE(waitForCalls(before + 1));
+    EXPECT_TRUE(dragger->isRepeating());
+
+    EXPECT_TRUE(harness.press(cell(8, 8)));
+    const std::size_t switched = log.calls.size();
+    ASSERT_TRUE(waitForCalls(switched + 2));
+
+    // Destroyed while repeating, the dragger calls nothing more.
+    harness.root()->removeChild(placed.get());
+    placed = nullptr;
+    dragger = nullptr;
+    const std::string callsAtDestruction = log.calls;
+    QTest::qWait(4 * INTERVAL);
+    EXPECT_EQ(log.calls, callsAtDestruction);
+
+    EXPECT_EQ(log.calls.find('B'), switched) << log.calls;
+    EXPECT_EQ(log.calls.find_first_not_of('A'), switched);
+    EXPECT_EQ(log.calls.find_first_not_of('B', switched), std::string::npos);
+}
+
+TEST_F(ImageDraggerInViewer, RegionWithAnEmptyFunctionClaimsItsCellAndCallsNothing)
+{
+    place(files.png("panel.png", 10, 10));
+    dragger->addRegion({0}, boost::function<void()>());
+    dragger->addRegion({0, 1}, log.recorder('B'));
+    EXPECT_TRUE(harness.press(cell(0, 0))) << "the empty region keeps its cell";
+    QTest::qWait(3 * INTERVAL);
+    EXPECT_TRUE(dragger->isRepeating());
+    EXPECT_TRUE(harness.release(cell(0, 0)));
+    EXPECT_EQ(log.calls, "");
+}
+
+TEST(ImageDraggerCallback, MetaObjectOffersExactlyTheCallbackSlot)
+{
+    RkImageDraggerCallback callback;
+    const QMetaObject* meta = callback.metaObject();
+    EXPECT_STREQ(meta->className(), "RkImageDraggerCallback");
+    EXPECT_EQ(meta->superClass(), &QObject::staticMetaObject);
+    ASSERT_EQ(meta->methodCount() - meta->methodOffset(), 1);
+    const QMetaMethod slot = meta->method(meta->methodOffset());
+    EXPECT_EQ(slot.methodSignature(), QByteArray("callback()"));
+    EXPECT_EQ(slot.methodType(), QMetaMethod::Slot);
+    EXPECT_EQ(callback.qt_metacast("RkImageDraggerCallback"), static_cast<void*>(&callback));
+}
+
+TEST(ImageDraggerCallback, SlotCallsTheAimedFunctionAndNothingWhenAimedAtNothing)
+{
+    int first = 0, second = 0;
+    const boost::function<void()> countFirst = [&first] { ++first; };
+    const boost::function<void()> countSecond = [&second] { ++second; };
+    const boost::function<void()> empty;
+    RkImageDraggerCallback callback;
+    EXPECT_TRUE(QMetaObject::invokeMethod(&callback, "callback"));
+    callback.setFunction(&countFirst);
+    EXPECT_TRUE(QMetaObject::invokeMethod(&callback, "callback"));
+    EXPECT_TRUE(QMetaObject::invokeMethod(&callback, "callback"));
+    callback.setFunction(&countSecond);
+    EXPECT_TRUE(QMetaObject::invokeMethod(&callback, "callback"));
+    EXPECT_EQ(first, 2);
+    EXPECT_EQ(second, 1);
+    callback.setFunction(&empty);
+    EXPECT_NO_THROW(callback.callback());
+}
+
+// Each row projects one near point through a projector on a widget of the
+// given size (an invalid size: no widget); rows without an expected point
+// must give none and leave the point untouched.
+TEST(ImageProjector, ProjectsTheNearPointAndDegenerateInputGivesNoPoint)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    // World-to-local with w = 1 + x / 4: the near point (4, 3, 0) has w = 2
+    // and lands at local (2, 1.5) instead of (4, 3).
+    osg::Matrixd perspective;
+    perspective(0, 3) = 0.25;
+    osg::Matrixd zeroW;
+    zeroW(0, 3) = -1.0; // w = 1 - x vanishes at x = 1
+    const osg::Matrixd I, P = osg::Matrixd::inverse(perspective);
+    const QSize view(800, 600);
+    struct Case
+    {
+        const char* name;
+        QSize widget;
+        double x0, y0, displaySize;
+        osg::Matrixd localToWorld;
+        osg::Vec3d nearPoint;
+        osg::Vec3d expected; // kUntouched: no point
+    };
+    const Case cases[] = {
+        {"offsets", QSize(400, 200), 2, 3, 50, I, {44, 10, 5}, {8, 192, 9608}},
+        {"plain", view, 0, 0, 100, I, {4, 3, 0}, {0, 599, 59900}},
+        {"perspective, with divide", view, 0, 0, 100, P, {4, 3, 0}, {-0.5, 599.5, 59949.5}},
+        {"left of the image", view, 0, 0, 100, I, {-4, 3, 0}, {-2, 599, 59898}},
+        {"negative size", view, 0, 0, -100, I, {4, 3, 0}, {-2, 601, -60102}},
+        {"fractional size", view, 0, 0, 0.5, I, {800, 600, 0}, {0, 599, 299.5}},
+        {"just above the bound", view, 0, 0, 1e-12, I, {0, 0, 0}, {-1, 600, -1}},
+        {"zero size", view, 0, 0, 0, I, {4, 3, 0}, kUntouched},
+        {"2D at the bound", view, 0, 0, 0.5e-12, I, {4, 3, 0}, kUntouched},
+        {"NaN size", view, 0, 0, nan, I, {4, 3, 0}, kUntouched},
+        {"no widget", QSize(), 0, 0, 100, I, {4, 3, 0}, kUntouched},
+        {"widget without area", QSize(0, 0), 0, 0, 100, I, {4, 3, 0}, kUntouched},
+        {"singular matrix", view, 0, 0, 100, osg::Matrixd::scale(1, 0, 1), {4, 3, 0}, kUntouched},
+        {"w is zero", view, 0, 0, 100, osg::Matrixd::inverse(zeroW), {1, 3, 0}, kUntouched},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::unique_ptr<QWidget> widget(c.widget.isValid() ? new QWidget : nullptr);
+        if (widget)
+            widget->resize(c.widget);
+        osg::ref_ptr<RkImageProjector> projector =
+            new RkImageProjector(widget.get(), c.x0, c.y0, c.displaySize);
+        projector->setLocalToWorld(c.localToWorld);
+        osg::Vec3d point = kUntouched;
+        EXPECT_EQ(projector->project(pointerAt(c.nearPoint), point), c.expected != kUntouched);
+        expectNear(point, c.expected);
+    }
+}
+
+TEST(ImageProjector, ReadsTheWidgetSizeAtEachProjection)
+{
+    QWidget view;
+    view.resize(800, 600);
+    osg::ref_ptr<RkImageProjector> projector = new RkImageProjector(&view, 0.0, 0.0, 100.0);
+    osg::Vec3d point;
+    ASSERT_TRUE(projector->project(pointerAt(osg::Vec3d(4.0, 3.0, 0.0)), point));
+    view.resize(400, 300);
+    ASSERT_TRUE(projector->project(pointerAt(osg::Vec3d(4.0, 3.0, 0.0)), point));
+    expectNear(point, osg::Vec3d(1.0, 298.0, 29801.0));
 }

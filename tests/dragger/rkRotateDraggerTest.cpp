@@ -100,8 +100,9 @@ const double kThirtyDegrees = osg::DegreesToRadians(30.0);
 // The pointer lands on whole window points a little off the ring's plane.
 const double kAngleTolerance = 0.01;
 
-TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRings)
+TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfTheSizesGiven)
 {
+    PoseStore store;
     osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
     dragger->setupDefaultGeometry();
     for (int axis = 0; axis < 3; ++axis) {
@@ -111,12 +112,17 @@ TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRings)
         EXPECT_TRUE(closeTo(osg::Z_AXIS * handle->getMatrix(), kAxes[axis], 1e-12));
         EXPECT_EQ(shownColour(handle), kAxisColours[axis]);
     }
-}
 
-TEST(RotateDragger, ScreenSizedRingsHangBelowAntiSquishAutoTransformAndScale50)
-{
-    PoseStore store;
-    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(store.makeReceiver(), true);
+    // Geometry properties take the tube radius first.
+    dragger = new RotateDragger(nullptr, false);
+    dragger->setGeometryProperties(0.02f, 0.8f);
+    dragger->setupDefaultGeometry();
+    const osg::Geode* geode = dragger->zDragger()->getChild(0)->asGeode();
+    EXPECT_NEAR(firstVertex(geode->getDrawable(0)).x(), 0.82f, 1e-6f) << "pick torus";
+    EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
+
+    // Screen-sized rings hang below an anti-squish, an auto-transform and a scale of 50.
+    dragger = new RotateDragger(store.makeReceiver(), true);
     dragger->setupDefaultGeometry();
     auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(dragger->getChild(0));
     ASSERT_NE(antiSquish, nullptr);
@@ -128,16 +134,6 @@ TEST(RotateDragger, ScreenSizedRingsHangBelowAntiSquishAutoTransformAndScale50)
     EXPECT_EQ(scale50->getMatrix(), osg::Matrixd::scale(50, 50, 50));
     EXPECT_EQ(scale50->getNumChildren(), 3u);
     EXPECT_EQ(scale50->getChild(0), dragger->getDragger(0));
-}
-
-TEST(RotateDragger, GeometryPropertiesTakeTubeRadiusFirst)
-{
-    osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
-    dragger->setGeometryProperties(0.02f, 0.8f);
-    dragger->setupDefaultGeometry();
-    const osg::Geode* geode = dragger->zDragger()->getChild(0)->asGeode();
-    EXPECT_NEAR(firstVertex(geode->getDrawable(0)).x(), 0.82f, 1e-6f) << "pick torus";
-    EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
 }
 
 TEST(RotateDragger, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)

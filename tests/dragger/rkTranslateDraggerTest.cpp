@@ -43,7 +43,9 @@ osg::Vec3d tipOf(const osgManipulator::Dragger* handle)
 
 } // namespace
 
-TEST(TranslateDragger, DefaultGeometrySharesShaftAndHeadAmongColouredArrowsThatScaleOnTheirAxes)
+TEST(
+    TranslateDragger,
+    DefaultGeometrySharesShaftAndHeadAmongColouredArrowsThatScaleOnTheirAxesAndTakesItsSizesAtTheNextSetup)
 {
     osg::ref_ptr<TranslateDragger> dragger = new TranslateDragger(nullptr);
     dragger->setupDefaultGeometry();
@@ -70,11 +72,9 @@ TEST(TranslateDragger, DefaultGeometrySharesShaftAndHeadAmongColouredArrowsThatS
     EXPECT_TRUE(closeTo(xTipWhenSignalled, osg::X_AXIS * 0.5, 1e-12));
     for (int axis = 0; axis < 3; ++axis)
         EXPECT_TRUE(closeTo(tipOf(dragger->getDragger(axis)), kAxes[axis] * 0.5, 1e-12)) << axis;
-}
 
-TEST(TranslateDragger, GeometryPropertiesTakeEffectAtTheNextSetup)
-{
-    osg::ref_ptr<TranslateDragger> dragger = new TranslateDragger(nullptr);
+    // Geometry properties take effect at the next setup.
+    dragger = new TranslateDragger(nullptr);
     dragger->setGeometryProperties(2.0f, 0.1f, 0.2f);
     dragger->setupDefaultGeometry();
     const osg::Node* shaft = dragger->xDragger()->getChild(0);
@@ -137,7 +137,7 @@ TEST_F(TranslateDraggerTest, DraggingAnArrowMovesAlongItsAxisAndWritesAtRelease)
     }
 }
 
-TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChange)
+TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChangeAndTheChildSearchPrefersXThenY)
 {
     dragger->setActiveAxis(Composite3DDragger::Z_AXIS);
     for (int axis = 0; axis < 3; ++axis)
@@ -149,10 +149,9 @@ TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChange)
     dragger->setActiveAxis(Composite3DDragger::NO_AXIS);
     for (int axis = 0; axis < 3; ++axis)
         EXPECT_EQ(shownColour(dragger->getDragger(axis)), kAxisColours[axis]);
-}
 
-TEST_F(TranslateDraggerTest, ChildSearchPrefersXThenYAndKeepsTheModeWhenNoneIsActive)
-{
+    // The search of the active child prefers X, then Y, and keeps the mode
+    // when none is active.
     dragger->setDragMode(7);
     dragger->setActiveAxis(Composite3DDragger::Y_AXIS);
     dragger->setFromChildDraggerActive();

@@ -21,7 +21,7 @@ bool samePose(const RkOrientation& a, const RkOrientation& b, double tolerance)
         .approxEq(RkCoordinateSystemTransformation(RkVector(), b), tolerance);
 }
 
-TEST(Host, EulerAnglesRoundTripWithinTheirRangesAndGimbalLockPutsTheTurnIntoYaw)
+TEST(Host, EulerAnglesFollowZThenYThenXRoundTripAndGimbalLockPutsTheTurnIntoYaw)
 {
     struct Case
     {
@@ -49,12 +49,9 @@ TEST(Host, EulerAnglesRoundTripWithinTheirRangesAndGimbalLockPutsTheTurnIntoYaw)
         EXPECT_NEAR(roll, c.gotRoll, 1e-12);
         EXPECT_TRUE(samePose(orientationOf(yaw, pitch, roll), set, 1e-9));
     }
-}
 
-TEST(Host, EulerAnglesFollowTheZThenYThenXSequence)
-{
-    // Yaw 90 turns X onto Y; roll 90 about that new X (world Y) then turns
-    // body Y onto world Z.
+    // The sequence is Z, then Y, then X: yaw 90 turns X onto Y; roll 90 about
+    // that new X (world Y) then turns body Y onto world Z.
     const osg::Quat q = orientationOf(M_PI_2, 0.0, M_PI_2).quat();
     EXPECT_NEAR((q * osg::Vec3d(0, 1, 0) - osg::Vec3d(0, 0, 1)).length(), 0.0, 1e-12);
     EXPECT_NEAR((q * osg::Vec3d(1, 0, 0) - osg::Vec3d(0, 1, 0)).length(), 0.0, 1e-12);
