@@ -161,4 +161,9 @@ osg::ref_ptr<osg::Group> makeSceneGeometry(int triangles, bool withKdTrees)
     return group;
 }
 
+osg::Vec3d otherDraggerPlace(int index)
+{
+    return osg::Vec3d(-2.0 + 0.04 * index, 0.0, 1.6 + 0.002 * index);
+}
+
 } // namespace RkBench

@@ -43,6 +43,12 @@ osg::ref_ptr<Rk::FrameDragger> makeFrameDragger(Rk::PluginGUI* gui);
 osg::ref_ptr<osgManipulator::TranslateAxisDragger> makeStockTranslateDragger();
 osg::ref_ptr<osgManipulator::TrackballDragger> makeStockTrackballDragger();
 
+/// Where the other draggers of a crowded scene sit: in a row above the
+/// measured one, where no pick ray at its handles passes; they are small
+/// (scale `kOtherDraggerScale`).
+const double kOtherDraggerScale = 0.1;
+osg::Vec3d otherDraggerPlace(int index);
+
 /// A point on the Z ring of a frame dragger, away from the other handles.
 osg::Vec3d frameZRingPoint();
 /// A point on the Z ring of the stock trackball dragger.

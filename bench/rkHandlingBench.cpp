@@ -34,10 +34,14 @@ osg::Vec2d besideXArrow(RkTest::ViewerHarness& harness, double pixels)
 }
 
 // Argument 0: the number of gizmos in the scene; argument 1: whether their
-// hover is on. The pointer moves back and forth along the first one's X arrow.
+// hover is on; argument 2: where the others sit: 0 around the first one, in
+// front of it and beside it (the pick ray passes several of them), 1 small
+// and elsewhere, as in the crowded press benchmark. The pointer moves back
+// and forth along the first one's X arrow.
 void BM_HoverMove_FrameXArrow(benchmark::State& state)
 {
     const bool hover = state.range(1) != 0;
+    const bool elsewhere = state.range(2) != 0;
     RkTest::ViewerHarness harness(kEye);
     std::vector<PoseStore> stores(std::size_t(state.range(0)));
     std::vector<osg::ref_ptr<Rk::FrameDragger>> draggers;
@@ -46,7 +50,12 @@ void BM_HoverMove_FrameXArrow(benchmark::State& state)
         draggers.back()->setHoverHighlight(hover);
         const double row = double(i / 10);
         const double column = double(i % 10);
-        stores[i].pose.makeTranslate(-kSpacing * column, kSpacing * row, -kSpacing * row);
+        if (i > 0 && elsewhere) {
+            stores[i].pose.makeTranslate(otherDraggerPlace(int(i)));
+            draggers.back()->setScale(kOtherDraggerScale);
+        } else {
+            stores[i].pose.makeTranslate(-kSpacing * column, kSpacing * row, -kSpacing * row);
+        }
         draggers.back()->setMatrix(stores[i].pose);
         harness.root()->addChild(draggers.back().get());
     }
@@ -63,11 +72,12 @@ void BM_HoverMove_FrameXArrow(benchmark::State& state)
     }
 }
 BENCHMARK(BM_HoverMove_FrameXArrow)
-    ->Args({1, 1})
-    ->Args({100, 1})
-    ->Args({1, 0})
-    ->Args({100, 0})
-    ->ArgNames({"draggers", "hover"});
+    ->Args({1, 1, 0})
+    ->Args({100, 1, 0})
+    ->Args({100, 1, 1})
+    ->Args({1, 0, 0})
+    ->Args({100, 0, 0})
+    ->ArgNames({"draggers", "hover", "elsewhere"});
 
 void BM_PressRelease_FrameXArrowBeside(benchmark::State& state)
 {

@@ -88,14 +88,6 @@ void BM_PressScene_StockTranslateArrow(benchmark::State& state)
     pressAndRelease(state, harness, kXArrowPoint, dragger->getDragger(0));
 }
 
-// Where the other draggers of a crowded scene sit: in a row above the pressed
-// one, where no pick ray at its handles passes; they are small (scale 0.1).
-const double kOtherDraggerScale = 0.1;
-osg::Vec3d otherDraggerPlace(int index)
-{
-    return osg::Vec3d(-2.0 + 0.04 * index, 0.0, 1.6 + 0.002 * index);
-}
-
 // Press + release on the X arrow of the frame dragger that the scene lists
 // last, with argument 0 frame draggers in all (the others small and
 // elsewhere) and argument 1 other triangles (no KdTrees).
