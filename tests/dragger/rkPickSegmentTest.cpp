@@ -85,10 +85,11 @@ int expectSameHitsOverTheWindow(osg::Camera* camera)
     return pointsWithHits;
 }
 
-osg::ref_ptr<FrameDragger> shownFrameDragger(bool autoScaleToScreen)
+osg::ref_ptr<FrameDragger> shownFrameDragger(bool autoScaleToScreen, int handleSet = 0)
 {
     osg::ref_ptr<FrameDragger> dragger =
         new FrameDragger(static_cast<Rk::DraggerReceiver*>(nullptr), autoScaleToScreen);
+    dragger->setHandleSet(handleSet);
     dragger->setupDefaultGeometry();
     dragger->setScale(1.0);
     static_cast<Composite3DDragger*>(dragger.get())->showDraggers(true);
@@ -121,11 +122,22 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
     harness.root()->addChild(frame.get());
     EXPECT_GT(expectSameHitsOverTheWindow(camera), 300) << "the grid covers the gizmo";
 
-    frame->setMatrix(osg::Matrixd::rotate(0.7, osg::Vec3d(1, 2, 3)) *
-                     osg::Matrixd::translate(0.2, -0.1, 0.3));
+    const osg::Matrixd turnedPose =
+        osg::Matrixd::rotate(0.7, osg::Vec3d(1, 2, 3)) * osg::Matrixd::translate(0.2, -0.1, 0.3);
+    frame->setMatrix(turnedPose);
     frame->setScale(0.6);
     expectSameHitsOverTheWindow(camera);
     harness.root()->removeChild(frame.get());
+
+    // The optional handles: squares, the ball and the camera-facing view ring.
+    osg::ref_ptr<FrameDragger> full = shownFrameDragger(
+        false, FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING);
+    harness.root()->addChild(full.get());
+    EXPECT_GT(expectSameHitsOverTheWindow(camera), 300);
+    full->setMatrix(turnedPose);
+    full->setScale(0.6);
+    expectSameHitsOverTheWindow(camera);
+    harness.root()->removeChild(full.get());
 
     // Rings under the screen-scaling chain; a standalone, scaled rotate dragger.
     osg::ref_ptr<FrameDragger> autoScaled = shownFrameDragger(true);
