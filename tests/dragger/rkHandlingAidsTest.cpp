@@ -7,7 +7,9 @@
 #include <osg/Geode>
 #include <osg/ShapeDrawable>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 using Rk::Composite3DDragger;
@@ -24,6 +26,8 @@ const double kRingDegrees = 67.5;
 // Near the tip, away from the rings that cross the shaft halfway.
 const double kArrowAt = 0.8;
 const float kFadedAlpha = 0.2f;
+// Straight above the XY square, where the other squares are seen edge-on.
+const osg::Vec3d kAbove(0.0, 0.0, 5.0);
 
 osg::Vec3d worldOf(const osg::Node* node, const osg::Vec3d& local)
 {
@@ -82,6 +86,60 @@ protected:
         return beside(arrow(axis), osg::Vec3d(0, 0, kArrowAt), osg::Vec3d(0, 0, kArrowAt + 0.05),
                       pixels);
     }
+    /// `pixels` out from the middle of the XY square's edge nearest to the Y
+    /// axis, away from the square's centre. Seen from `kAbove` the other
+    /// handles are far from there.
+    osg::Vec2d besideXYSquare(double pixels) const
+    {
+        const osg::Node* square = extraHandle(Composite3DDragger::Z_AXIS);
+        const double offset = Rk::ExtraHandlesDragger::PLANE_OFFSET;
+        const double edge = offset - Rk::ExtraHandlesDragger::PLANE_HALF_SIZE;
+        const osg::Vec2d at = harness.project(worldOf(square, osg::Vec3d(edge, offset, 0)));
+        osg::Vec2d out = at - harness.project(worldOf(square, osg::Vec3d(offset, offset, 0)));
+        out.normalize();
+        return at + out * pixels;
+    }
+    /// `pixels` out from the screen handle's image, halfway between the two
+    /// arrows whose images are farthest apart round the centre.
+    osg::Vec2d besideScreenHandle(double pixels) const
+    {
+        const osg::Vec2d centre = harness.project(osg::Vec3d());
+        double angles[3];
+        for (int axis = 0; axis < 3; ++axis) {
+            osg::Vec3d tip;
+            tip[axis] = 1.0;
+            const osg::Vec2d image = harness.project(tip) - centre;
+            angles[axis] = std::atan2(image.y(), image.x());
+        }
+        std::sort(std::begin(angles), std::end(angles));
+        double widest = 0.0;
+        double halfway = 0.0;
+        for (int k = 0; k < 3; ++k) {
+            const double next = k < 2 ? angles[k + 1] : angles[0] + 2 * osg::PI;
+            if (next - angles[k] > widest) {
+                widest = next - angles[k];
+                halfway = angles[k] + widest / 2;
+            }
+        }
+        osg::Vec3d side = kEye ^ osg::Z_AXIS;
+        side.normalize();
+        const double radius =
+            (harness.project(side * Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS) - centre)
+                .length();
+        return centre + osg::Vec2d(std::cos(halfway), std::sin(halfway)) * (radius + pixels);
+    }
+    osgManipulator::Dragger* extraHandle(int axis) const
+    {
+        Rk::ExtraHandlesDragger* extra = dragger->extraHandles();
+        if (axis == Composite3DDragger::NO_AXIS)
+            return extra->screenHandle();
+        return extra->planeHandle(Composite3DDragger::AxisEnum(axis));
+    }
+    void showExtraHandles(bool show)
+    {
+        dragger->setHandleSet(show ? FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE : 0);
+        dragger->rebuildExtraHandles();
+    }
 
     PoseStore store;
     ViewerHarness harness;
@@ -95,7 +153,9 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
     enum Handle
     {
         ARROW,
-        RING
+        RING,
+        XY_SQUARE,
+        SCREEN_HANDLE
     };
     struct Case
     {
@@ -117,13 +177,34 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         {"arrow 11 px beside", ARROW, 11, kTolerance, false, false},
         {"arrow 9 px beside, option off", ARROW, 9, 0, false, false},
         {"ring behind an object in front", RING, 5, kTolerance, true, false},
+        // Squares and the screen handle are filled: counted from their edge.
+        {"XY square 5 px beside", XY_SQUARE, 5, kTolerance, false, true},
+        {"XY square 12 px beside", XY_SQUARE, 12, kTolerance, false, false},
+        {"XY square 5 px beside, option off", XY_SQUARE, 5, 0, false, false},
+        {"screen handle 5 px beside", SCREEN_HANDLE, 5, kTolerance, false, true},
+        {"screen handle 12 px beside", SCREEN_HANDLE, 12, kTolerance, false, false},
+    };
+    const int axisOf[] = {Composite3DDragger::X_AXIS, Composite3DDragger::Z_AXIS,
+                          Composite3DDragger::Z_AXIS, Composite3DDragger::NO_AXIS};
+    const int modeOf[] = {1, 2, 4, 5};
+    const auto pointBeside = [this](const Case& c) {
+        switch (c.handle) {
+        case ARROW:
+            return besideArrow(Composite3DDragger::X_AXIS, c.pixels);
+        case RING:
+            return besideRing(Composite3DDragger::Z_AXIS, c.pixels);
+        case XY_SQUARE:
+            return besideXYSquare(c.pixels);
+        default:
+            return besideScreenHandle(c.pixels);
+        }
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        const int axis =
-            c.handle == ARROW ? Composite3DDragger::X_AXIS : Composite3DDragger::Z_AXIS;
-        const osg::Vec2d at =
-            c.handle == ARROW ? besideArrow(axis, c.pixels) : besideRing(axis, c.pixels);
+        showExtraHandles(c.handle == XY_SQUARE || c.handle == SCREEN_HANDLE);
+        harness.lookAt(c.handle == XY_SQUARE ? kAbove : kEye, osg::Vec3d(),
+                       c.handle == XY_SQUARE ? osg::Y_AXIS : osg::Z_AXIS);
+        const osg::Vec2d at = pointBeside(c);
         osg::ref_ptr<osg::Geode> blocker = new osg::Geode;
         if (c.blocker) {
             const osg::Vec3d behind = harness.unproject(at, dragger->getMatrix().getTrans(),
@@ -139,8 +220,8 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         EXPECT_EQ(harness.press(at), c.grabs);
 
         if (c.grabs) {
-            EXPECT_EQ(dragger->activeAxis(), axis);
-            EXPECT_EQ(dragger->dragMode(), c.handle == ARROW ? 1 : 2);
+            EXPECT_EQ(dragger->activeAxis(), axisOf[c.handle]);
+            EXPECT_EQ(dragger->dragMode(), modeOf[c.handle]);
         }
         harness.drag(at + osg::Vec2d(12, 12));
         harness.release(at + osg::Vec2d(12, 12));
@@ -150,6 +231,7 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         store.pose = before;
         harness.root()->removeChild(blocker.get());
     }
+    showExtraHandles(false);
 }
 
 TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)

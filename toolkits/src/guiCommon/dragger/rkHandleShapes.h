@@ -3,6 +3,7 @@
 
 #include <osg/Matrixd>
 #include <osg/Node>
+#include <osg/PrimitiveSet>
 #include <osg/Vec2d>
 #include <osg/Vec3>
 #include <osgManipulator/Dragger>
@@ -12,6 +13,12 @@
 namespace osgGA {
 class GUIEventAdapter;
 }
+
+namespace osg {
+class Geode;
+class Geometry;
+class ShapeDrawable;
+} // namespace osg
 
 namespace Rk {
 
@@ -23,8 +30,11 @@ class PickExclusion;
 ///
 /// Shapes live in each handle's own coordinates. `collect()` reads them from
 /// the drawn geometry once (line segments, line strips and loops with their
-/// line width, cones as tapered segments; drawables with a cull callback are
-/// pick targets that are never drawn and are skipped); handles of other
+/// line width, cones as tapered segments, spheres (`osg::Sphere` shapes and
+/// `BallGeometry`) as balls, triangles and
+/// quads as filled faces: a pointer over a face's image is 0 px from it;
+/// drawables with a cull callback are pick targets that are never drawn and
+/// are skipped); handles of other
 /// kinds may add theirs with `addSegment`, `addPolyline` (a closed polyline
 /// serves for circles, squares and any polygon outline). Queries never
 /// traverse the scene and never allocate: each handle's local-to-world is
@@ -105,6 +115,17 @@ public:
     osgManipulator::Dragger* handleIn(const osg::NodePath& path);
 
 private:
+    /// How a piece's points make up its image.
+    enum class Kind
+    {
+        /// A polyline (closed or not), each point of it widened by the radius.
+        OUTLINE,
+        /// A flat convex polygon, filled: its outline, and 0 px inside.
+        FACE,
+        /// A sphere: one point (the centre) with `startRadius`.
+        BALL
+    };
+
     struct Piece
     {
         osgManipulator::Dragger* handle;
@@ -115,6 +136,7 @@ private:
         float halfWidth;
         float startRadius;
         float endRadius;
+        Kind kind = Kind::OUTLINE;
     };
 
     unsigned int childSignature() const;
@@ -123,8 +145,25 @@ private:
     void addPiece(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
                   const osg::Vec3* first, std::size_t count);
     void appendAddedPieces();
+    void collectShape(std::size_t handleIndex, const osg::ShapeDrawable& drawable,
+                      const osg::Matrixd& toHandle);
+    void collectGeometry(std::size_t handleIndex, const osg::Geode& geode,
+                         const osg::Geometry& geometry, const osg::Matrixd& toHandle);
+    void addBall(std::size_t handleIndex, const osg::Vec3& centre, float radius,
+                 const osg::Matrixd& toHandle);
+    void addLines(std::size_t handleIndex, GLenum mode, float halfWidth,
+                  const std::vector<osg::Vec3>& points);
+    void addFaces(std::size_t handleIndex, const osg::PrimitiveSet& primitives,
+                  const std::vector<osg::Vec3>& points);
     void measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
                       const osg::Vec2d& pointer, Nearest& best) const;
+    void measureOutline(const Piece& piece, const osg::Matrixd& localToWindow,
+                        const osg::Vec2d& pointer, Nearest& best) const;
+    bool measureInsideFace(const Piece& piece, const osg::Matrixd& localToWindow,
+                           const osg::Vec2d& pointer, Nearest& best) const;
+    void measureBall(const Piece& piece, const osg::Matrixd& localToWindow,
+                     const osg::Vec2d& pointer, Nearest& best) const;
+    void consider(const Piece& piece, double pixels, const osg::Vec3d& local, Nearest& best) const;
 
     osgManipulator::CompositeDragger& m_owner;
     std::vector<osgManipulator::Dragger*> m_handles;
