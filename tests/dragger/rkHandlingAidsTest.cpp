@@ -137,7 +137,9 @@ protected:
     }
     void showExtraHandles(bool show)
     {
-        dragger->setHandleSet(show ? FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE : 0);
+        const int all =
+            FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
+        dragger->setHandleSet(show ? all : 0);
         dragger->rebuildExtraHandles();
     }
 
@@ -308,6 +310,33 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         c.restore(*dragger);
     }
+
+    // The optional handles are highlighted like the others.
+    showExtraHandles(true);
+    osg::Vec3d side = kEye ^ osg::Z_AXIS;
+    side.normalize();
+    osgManipulator::Dragger* xySquare = extraHandle(Composite3DDragger::Z_AXIS);
+    const struct
+    {
+        const char* name;
+        osg::Vec3d world;
+        osgManipulator::Dragger* hovered;
+    } extras[] = {
+        {"on the XY square", worldOf(xySquare, osg::Vec3d(0.3, 0.3, 0)), xySquare},
+        {"on the screen handle", osg::Vec3d(), extraHandle(Composite3DDragger::NO_AXIS)},
+        {"on the view ring", side * kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR,
+         dragger->extraHandles()->viewRing()},
+    };
+    for (const auto& e : extras) {
+        SCOPED_TRACE(e.name);
+        harness.move(harness.project(e.world));
+        EXPECT_EQ(dragger->hoveredHandle(), e.hovered);
+        EXPECT_EQ(shownColour(e.hovered), kPickYellow);
+    }
+    harness.move(osg::Vec2d(20, 20));
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    EXPECT_EQ(shownColour(xySquare), osg::Vec4(0, 0, 1, Rk::ExtraHandlesDragger::PLANE_ALPHA));
+    showExtraHandles(false);
 }
 
 TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
