@@ -1,3 +1,4 @@
+#include "rkFinite.h"
 #include "rkFrameDragger.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkViewerHarness.h"
@@ -415,6 +416,25 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
     move->setEventType(osgGA::GUIEventAdapter::MOVE);
     EXPECT_FALSE(dragger->handle(*move, noView));
     EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+
+    // The eye inside the ball, squares and rings around and behind it: what
+    // lies behind the eye is no candidate, and nothing leaves a bad pose.
+    showExtraHandles(true);
+    dragger->setPickTolerance(kTolerance);
+    harness.lookAt(osg::Vec3d(0.02, 0.01, 0.03), osg::Vec3d(1, 1, 0), osg::Z_AXIS);
+    const double width = ViewerHarness::WIDTH;
+    const double height = ViewerHarness::HEIGHT;
+    for (const osg::Vec2d& at : {osg::Vec2d(width / 2, height / 2), osg::Vec2d(10, 10),
+                                 osg::Vec2d(width / 3, height * 0.6)}) {
+        harness.move(at);
+        harness.press(at);
+        harness.drag(at + osg::Vec2d(15, 15));
+        harness.release(at + osg::Vec2d(15, 15));
+        EXPECT_TRUE(Rk::isFinite(dragger->getMatrix()));
+    }
+    showExtraHandles(false);
+    dragger->setMatrix(osg::Matrixd());
+    harness.lookAt(kEye, osg::Vec3d(), osg::Z_AXIS);
 
     // A camera without a viewport: no hover, no grab beside a handle.
     const osg::Vec2d besideArrowAt = besideArrow(0, 5);
