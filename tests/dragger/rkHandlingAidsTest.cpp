@@ -29,6 +29,8 @@ const double kArrowAt = 0.8;
 const float kFadedAlpha = 0.2f;
 // Straight above the XY square, where the other squares are seen edge-on.
 const osg::Vec3d kAbove(0.0, 0.0, 5.0);
+// Towards the viewer, where an unturned view ring would lie well inside the turned one.
+const double kUnturnedRadians = osg::DegreesToRadians(295.0);
 
 osg::Vec3d worldOf(const osg::Node* node, const osg::Vec3d& local)
 {
@@ -122,12 +124,20 @@ protected:
                 halfway = angles[k] + widest / 2;
             }
         }
+        const double radius = imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS);
+        return centre + osg::Vec2d(std::cos(halfway), std::sin(halfway)) * (radius + pixels);
+    }
+    /// Pixels from the centre's image to that of a point `radius` from the
+    /// centre across the line of sight from `kEye`.
+    double imagePixels(double radius) const
+    {
         osg::Vec3d side = kEye ^ osg::Z_AXIS;
         side.normalize();
-        const double radius =
-            (harness.project(side * Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS) - centre)
-                .length();
-        return centre + osg::Vec2d(std::cos(halfway), std::sin(halfway)) * (radius + pixels);
+        return (harness.project(side * radius) - harness.project(osg::Vec3d())).length();
+    }
+    double viewRingPixels() const
+    {
+        return imagePixels(kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
     }
     osgManipulator::Dragger* extraHandle(int axis) const
     {
@@ -158,7 +168,9 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         ARROW,
         RING,
         XY_SQUARE,
-        SCREEN_HANDLE
+        SCREEN_HANDLE,
+        VIEW_RING,
+        UNTURNED_VIEW_RING
     };
     struct Case
     {
@@ -186,10 +198,16 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         {"XY square 5 px beside, option off", XY_SQUARE, 5, 0, false, false},
         {"screen handle 5 px beside", SCREEN_HANDLE, 5, kTolerance, false, true},
         {"screen handle 12 px beside", SCREEN_HANDLE, 12, kTolerance, false, false},
+        {"view ring 5 px out", VIEW_RING, 5, kTolerance, false, true},
+        {"view ring 12 px out", VIEW_RING, 12, kTolerance, false, false},
+        // The view ring faces the camera: nothing is left where it would be
+        // drawn unturned, in the XY plane.
+        {"where an unturned view ring would be", UNTURNED_VIEW_RING, 0, kTolerance, false, false},
     };
-    const int axisOf[] = {Composite3DDragger::X_AXIS, Composite3DDragger::Z_AXIS,
-                          Composite3DDragger::Z_AXIS, Composite3DDragger::NO_AXIS};
-    const int modeOf[] = {1, 2, 4, 5};
+    const int axisOf[] = {Composite3DDragger::X_AXIS,  Composite3DDragger::Z_AXIS,
+                          Composite3DDragger::Z_AXIS,  Composite3DDragger::NO_AXIS,
+                          Composite3DDragger::NO_AXIS, Composite3DDragger::NO_AXIS};
+    const int modeOf[] = {1, 2, 4, 5, 6, 0};
     const auto pointBeside = [this](const Case& c) {
         switch (c.handle) {
         case ARROW:
@@ -198,13 +216,20 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
             return besideRing(Composite3DDragger::Z_AXIS, c.pixels);
         case XY_SQUARE:
             return besideXYSquare(c.pixels);
-        default:
+        case SCREEN_HANDLE:
             return besideScreenHandle(c.pixels);
+        case VIEW_RING:
+            return besideScreenHandle(viewRingPixels() + c.pixels -
+                                      imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS));
+        default:
+            return harness.project(
+                osg::Vec3d(std::cos(kUnturnedRadians), std::sin(kUnturnedRadians), 0) *
+                kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
         }
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        showExtraHandles(c.handle == XY_SQUARE || c.handle == SCREEN_HANDLE);
+        showExtraHandles(c.handle >= XY_SQUARE);
         harness.lookAt(c.handle == XY_SQUARE ? kAbove : kEye, osg::Vec3d(),
                        c.handle == XY_SQUARE ? osg::Y_AXIS : osg::Z_AXIS);
         const osg::Vec2d at = pointBeside(c);

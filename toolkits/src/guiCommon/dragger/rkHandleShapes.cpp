@@ -1,6 +1,7 @@
 #include "rkHandleShapes.h"
 
 #include "rkBallGeometry.h"
+#include "rkFacingTransform.h"
 #include "rkOneAxisHandle.h"
 
 #include <osg/Camera>
@@ -175,6 +176,7 @@ void HandleShapes::collect()
     m_handles.clear();
     m_exclusions.clear();
     m_pieces.clear();
+    m_facingFrames.clear();
     m_points.clear();
     collectHandles(m_owner);
     for (std::size_t index = 0; index < m_handles.size(); ++index)
@@ -211,6 +213,10 @@ void HandleShapes::collectHandles(osgManipulator::CompositeDragger& composite)
 void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
                                 const osg::Matrixd& toHandle)
 {
+    if (dynamic_cast<FacingTransform*>(&node)) {
+        collectFacing(handleIndex, *node.asGroup(), toHandle);
+        return;
+    }
     if (auto* transform = dynamic_cast<osg::MatrixTransform*>(&node)) {
         for (unsigned int child = 0; child < transform->getNumChildren(); ++child)
             collectDrawn(handleIndex, *transform->getChild(child),
@@ -239,6 +245,20 @@ void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
         else if (osg::Geometry* geometry = drawable->asGeometry())
             collectGeometry(handleIndex, *geode, *geometry, toHandle);
     }
+}
+
+void HandleShapes::collectFacing(std::size_t handleIndex, osg::Group& facing,
+                                 const osg::Matrixd& toHandle)
+{
+    // Its rotation depends on the eye: the pieces below stay in its
+    // children's coordinates and are turned at each query.
+    const std::size_t firstPiece = m_pieces.size();
+    for (unsigned int child = 0; child < facing.getNumChildren(); ++child)
+        collectDrawn(handleIndex, *facing.getChild(child), osg::Matrixd());
+    m_facingFrames.push_back(toHandle);
+    for (std::size_t k = firstPiece; k < m_pieces.size(); ++k)
+        if (m_pieces[k].facingFrame < 0)
+            m_pieces[k].facingFrame = int(m_facingFrames.size() - 1);
 }
 
 void HandleShapes::collectShape(std::size_t handleIndex, const osg::ShapeDrawable& drawable,
@@ -361,6 +381,7 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
         return best;
     refresh();
     std::size_t matrixOf = m_handles.size();
+    osg::Matrixd handleToWorld;
     osg::Matrixd localToWindow;
     for (const Piece& piece : m_pieces) {
         osgManipulator::Dragger* handle = m_handles[piece.handleIndex];
@@ -369,9 +390,20 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
             continue;
         if (matrixOf != piece.handleIndex) {
             matrixOf = piece.handleIndex;
-            localToWindow = localToWorld(*handle) * projection.worldToWindow;
+            handleToWorld = localToWorld(*handle);
+            localToWindow = handleToWorld * projection.worldToWindow;
         }
-        measurePiece(piece, localToWindow, projection.pointer, best);
+        if (piece.facingFrame < 0) {
+            measurePiece(piece, localToWindow, projection.pointer, best);
+            continue;
+        }
+        osg::Matrixd pieceToHandle;
+        if (!facingToHandle(piece, handleToWorld, projection, pieceToHandle))
+            continue;
+        const double nearestBefore = best.pixels;
+        measurePiece(piece, pieceToHandle * localToWindow, projection.pointer, best);
+        if (best.pixels < nearestBefore)
+            best.localPoint = best.localPoint * pieceToHandle;
     }
     if (!best.handle || best.pixels > pixels)
         return Nearest();
@@ -394,6 +426,23 @@ void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToW
         break;
     }
     measureOutline(piece, localToWindow, pointer, best);
+}
+
+bool HandleShapes::facingToHandle(const Piece& piece, const osg::Matrixd& handleToWorld,
+                                  const Projection& projection, osg::Matrixd& pieceToHandle) const
+{
+    const osg::Matrixd& parentToHandle = m_facingFrames[std::size_t(piece.facingFrame)];
+    osg::Matrixd worldToParent;
+    osg::Matrixd eyeToWorld;
+    if (!worldToParent.invert(parentToHandle * handleToWorld) ||
+        !eyeToWorld.invert(projection.worldToEye))
+        return false;
+    // Turned as the facing transform turns it for this camera's eye.
+    osg::Quat facing;
+    if (!FacingTransform::facingFor(eyeToWorld.getTrans() * worldToParent, facing))
+        return false;
+    pieceToHandle = osg::Matrixd::rotate(facing) * parentToHandle;
+    return true;
 }
 
 void HandleShapes::consider(const Piece& piece, double pixels, const osg::Vec3d& local,

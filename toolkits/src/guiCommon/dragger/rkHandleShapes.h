@@ -34,7 +34,10 @@ class PickExclusion;
 /// `BallGeometry`) as balls, triangles and
 /// quads as filled faces: a pointer over a face's image is 0 px from it;
 /// drawables with a cull callback are pick targets that are never drawn and
-/// are skipped); handles of other
+/// are skipped; shapes below an `Rk::FacingTransform` are turned towards the
+/// camera's eye at each query, as the transform turns them for that view;
+/// other transforms that are not matrix transforms count as plain groups);
+/// handles of other
 /// kinds may add theirs with `addSegment`, `addPolyline` (a closed polyline
 /// serves for circles, squares and any polygon outline). Queries never
 /// traverse the scene and never allocate: each handle's local-to-world is
@@ -137,6 +140,10 @@ private:
         float startRadius;
         float endRadius;
         Kind kind = Kind::OUTLINE;
+        /// Below a `FacingTransform`: the index of its frame in
+        /// `m_facingFrames`, the points being in the transform's children's
+        /// coordinates; -1 for points in handle coordinates.
+        int facingFrame = -1;
     };
 
     unsigned int childSignature() const;
@@ -145,6 +152,7 @@ private:
     void addPiece(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
                   const osg::Vec3* first, std::size_t count);
     void appendAddedPieces();
+    void collectFacing(std::size_t handleIndex, osg::Group& facing, const osg::Matrixd& toHandle);
     void collectShape(std::size_t handleIndex, const osg::ShapeDrawable& drawable,
                       const osg::Matrixd& toHandle);
     void collectGeometry(std::size_t handleIndex, const osg::Geode& geode,
@@ -164,6 +172,8 @@ private:
     void measureBall(const Piece& piece, const osg::Matrixd& localToWindow,
                      const osg::Vec2d& pointer, Nearest& best) const;
     void consider(const Piece& piece, double pixels, const osg::Vec3d& local, Nearest& best) const;
+    bool facingToHandle(const Piece& piece, const osg::Matrixd& handleToWorld,
+                        const Projection& projection, osg::Matrixd& pieceToHandle) const;
 
     osgManipulator::CompositeDragger& m_owner;
     std::vector<osgManipulator::Dragger*> m_handles;
@@ -172,6 +182,8 @@ private:
     std::vector<osg::Vec3> m_points;
     std::vector<Piece> m_addedPieces;
     std::vector<osg::Vec3> m_addedPoints;
+    /// Parent-to-handle matrix of each facing transform below a handle.
+    std::vector<osg::Matrixd> m_facingFrames;
     unsigned int m_signature = ~0u;
 };
 
