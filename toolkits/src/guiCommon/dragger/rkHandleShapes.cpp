@@ -214,7 +214,7 @@ void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
                                 const osg::Matrixd& toHandle)
 {
     if (dynamic_cast<FacingTransform*>(&node)) {
-        collectFacing(handleIndex, *node.asGroup(), toHandle);
+        collectFacing(handleIndex, *node.asGroup());
         return;
     }
     if (auto* transform = dynamic_cast<osg::MatrixTransform*>(&node)) {
@@ -247,15 +247,15 @@ void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
     }
 }
 
-void HandleShapes::collectFacing(std::size_t handleIndex, osg::Group& facing,
-                                 const osg::Matrixd& toHandle)
+void HandleShapes::collectFacing(std::size_t handleIndex, osg::Group& facing)
 {
-    // Its rotation depends on the eye: the pieces below stay in its
-    // children's coordinates and are turned at each query.
+    // Its rotation depends on the eye, and the transforms above it may
+    // depend on the view: the pieces below stay in its children's
+    // coordinates and are placed at each query.
     const std::size_t firstPiece = m_pieces.size();
     for (unsigned int child = 0; child < facing.getNumChildren(); ++child)
         collectDrawn(handleIndex, *facing.getChild(child), osg::Matrixd());
-    m_facingFrames.push_back(toHandle);
+    m_facingFrames.push_back(&facing);
     for (std::size_t k = firstPiece; k < m_pieces.size(); ++k)
         if (m_pieces[k].facingFrame < 0)
             m_pieces[k].facingFrame = int(m_facingFrames.size() - 1);
@@ -397,13 +397,14 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
             measurePiece(piece, localToWindow, projection.pointer, best);
             continue;
         }
-        osg::Matrixd pieceToHandle;
-        if (!facingToHandle(piece, handleToWorld, projection, pieceToHandle))
+        osg::Matrixd pieceToWorld;
+        osg::Matrixd worldToHandle;
+        if (!facingToWorld(piece, projection, pieceToWorld) || !worldToHandle.invert(handleToWorld))
             continue;
         const double nearestBefore = best.pixels;
-        measurePiece(piece, pieceToHandle * localToWindow, projection.pointer, best);
+        measurePiece(piece, pieceToWorld * projection.worldToWindow, projection.pointer, best);
         if (best.pixels < nearestBefore)
-            best.localPoint = best.localPoint * pieceToHandle;
+            best.localPoint = best.localPoint * pieceToWorld * worldToHandle;
     }
     if (!best.handle || best.pixels > pixels)
         return Nearest();
@@ -428,20 +429,20 @@ void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToW
     measureOutline(piece, localToWindow, pointer, best);
 }
 
-bool HandleShapes::facingToHandle(const Piece& piece, const osg::Matrixd& handleToWorld,
-                                  const Projection& projection, osg::Matrixd& pieceToHandle) const
+bool HandleShapes::facingToWorld(const Piece& piece, const Projection& projection,
+                                 osg::Matrixd& pieceToWorld) const
 {
-    const osg::Matrixd& parentToHandle = m_facingFrames[std::size_t(piece.facingFrame)];
+    const osg::Node& facingNode = *m_facingFrames[std::size_t(piece.facingFrame)];
+    const osg::Matrixd parentToWorld = HandleShapes::parentToWorld(facingNode);
     osg::Matrixd worldToParent;
     osg::Matrixd eyeToWorld;
-    if (!worldToParent.invert(parentToHandle * handleToWorld) ||
-        !eyeToWorld.invert(projection.worldToEye))
+    if (!worldToParent.invert(parentToWorld) || !eyeToWorld.invert(projection.worldToEye))
         return false;
     // Turned as the facing transform turns it for this camera's eye.
     osg::Quat facing;
     if (!FacingTransform::facingFor(eyeToWorld.getTrans() * worldToParent, facing))
         return false;
-    pieceToHandle = osg::Matrixd::rotate(facing) * parentToHandle;
+    pieceToWorld = osg::Matrixd::rotate(facing) * parentToWorld;
     return true;
 }
 

@@ -35,8 +35,10 @@ class PickExclusion;
 /// quads as filled faces: a pointer over a face's image is 0 px from it;
 /// drawables with a cull callback are pick targets that are never drawn and
 /// are skipped; shapes below an `Rk::FacingTransform` are turned towards the
-/// camera's eye at each query, as the transform turns them for that view;
-/// other transforms that are not matrix transforms count as plain groups);
+/// camera's eye at each query, as the transform turns them for that view,
+/// below whatever transforms lie between it and the handle (a screen-scaling
+/// chain among them); other transforms below a handle that are not matrix
+/// transforms count as plain groups);
 /// handles of other
 /// kinds may add theirs with `addSegment`, `addPolyline` (a closed polyline
 /// serves for circles, squares and any polygon outline). Queries never
@@ -152,7 +154,7 @@ private:
     void addPiece(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
                   const osg::Vec3* first, std::size_t count);
     void appendAddedPieces();
-    void collectFacing(std::size_t handleIndex, osg::Group& facing, const osg::Matrixd& toHandle);
+    void collectFacing(std::size_t handleIndex, osg::Group& facing);
     void collectShape(std::size_t handleIndex, const osg::ShapeDrawable& drawable,
                       const osg::Matrixd& toHandle);
     void collectGeometry(std::size_t handleIndex, const osg::Geode& geode,
@@ -172,8 +174,8 @@ private:
     void measureBall(const Piece& piece, const osg::Matrixd& localToWindow,
                      const osg::Vec2d& pointer, Nearest& best) const;
     void consider(const Piece& piece, double pixels, const osg::Vec3d& local, Nearest& best) const;
-    bool facingToHandle(const Piece& piece, const osg::Matrixd& handleToWorld,
-                        const Projection& projection, osg::Matrixd& pieceToHandle) const;
+    bool facingToWorld(const Piece& piece, const Projection& projection,
+                       osg::Matrixd& pieceToWorld) const;
 
     osgManipulator::CompositeDragger& m_owner;
     std::vector<osgManipulator::Dragger*> m_handles;
@@ -182,8 +184,8 @@ private:
     std::vector<osg::Vec3> m_points;
     std::vector<Piece> m_addedPieces;
     std::vector<osg::Vec3> m_addedPoints;
-    /// Parent-to-handle matrix of each facing transform below a handle.
-    std::vector<osg::Matrixd> m_facingFrames;
+    /// The facing transforms below the handles.
+    std::vector<const osg::Node*> m_facingFrames;
     unsigned int m_signature = ~0u;
 };
 
