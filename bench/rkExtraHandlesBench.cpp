@@ -1,6 +1,7 @@
 // The frame dragger's optional handles: one drag step of the XY plane handle
 // (beside BM_DragStep_FrameLive, an X arrow's step) and a press + release on
-// each new handle (beside BM_PressRelease_StockTranslateArrow).
+// each new handle (beside BM_PressRelease_StockTranslateArrow), and an X arrow
+// press on the same frame.
 #include "rkBenchScenes.h"
 
 namespace {
@@ -54,12 +55,12 @@ void BM_DragStep_FramePlaneXY(benchmark::State& state)
 BENCHMARK(BM_DragStep_FramePlaneXY);
 
 void pressAndRelease(benchmark::State& state, const osg::Vec3d& world,
-                     osg::Node* (*handleOf)(Rk::ExtraHandlesDragger&))
+                     osg::Node* (*handleOf)(Rk::FrameDragger&))
 {
     RkTest::ViewerHarness harness(kEye);
     PoseStore store;
     osg::ref_ptr<Rk::FrameDragger> dragger = makeFullFrame(harness, store);
-    if (!checkHandleUnder(state, harness, world, handleOf(*dragger->extraHandles())))
+    if (!checkHandleUnder(state, harness, world, handleOf(*dragger)))
         return;
     const osg::Vec2d window = harness.project(world);
     for (auto _ : state) {
@@ -72,25 +73,37 @@ void pressAndRelease(benchmark::State& state, const osg::Vec3d& world,
 
 void BM_PressRelease_FramePlaneXY(benchmark::State& state)
 {
-    pressAndRelease(state, kXYSquarePoint, [](Rk::ExtraHandlesDragger& extra) -> osg::Node* {
-        return extra.planeHandle(Rk::Composite3DDragger::Z_AXIS);
+    pressAndRelease(state, kXYSquarePoint, [](Rk::FrameDragger& frame) -> osg::Node* {
+        return frame.extraHandles()->planeHandle(Rk::Composite3DDragger::Z_AXIS);
     });
 }
 BENCHMARK(BM_PressRelease_FramePlaneXY);
 
 void BM_PressRelease_FrameScreenHandle(benchmark::State& state)
 {
-    pressAndRelease(state, osg::Vec3d(), [](Rk::ExtraHandlesDragger& extra) -> osg::Node* {
-        return extra.screenHandle();
+    pressAndRelease(state, osg::Vec3d(), [](Rk::FrameDragger& frame) -> osg::Node* {
+        return frame.extraHandles()->screenHandle();
     });
 }
 BENCHMARK(BM_PressRelease_FrameScreenHandle);
 
 void BM_PressRelease_FrameViewRing(benchmark::State& state)
 {
-    pressAndRelease(state, viewRingPoint(),
-                    [](Rk::ExtraHandlesDragger& extra) -> osg::Node* { return extra.viewRing(); });
+    pressAndRelease(state, viewRingPoint(), [](Rk::FrameDragger& frame) -> osg::Node* {
+        return frame.extraHandles()->viewRing();
+    });
 }
 BENCHMARK(BM_PressRelease_FrameViewRing);
+
+// The X arrow of a frame with every optional handle (beside
+// BM_PressRelease_FrameXArrow, the same press without them): what the third
+// child costs a press that does not take it.
+void BM_PressRelease_FullFrameXArrow(benchmark::State& state)
+{
+    pressAndRelease(state, kXArrowPoint, [](Rk::FrameDragger& frame) -> osg::Node* {
+        return frame.translateDragger()->xDragger();
+    });
+}
+BENCHMARK(BM_PressRelease_FullFrameXArrow);
 
 } // namespace

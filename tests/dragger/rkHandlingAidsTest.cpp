@@ -1,9 +1,16 @@
+#include "rkFinite.h"
+#include "rkFrameDragger.h"
 #include "rkGizmoTestHelpers.h"
 
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 #include <osg/Geode>
 #include <osg/ShapeDrawable>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
 
 using Rk::Composite3DDragger;
 using Rk::FrameDragger;
@@ -18,6 +25,10 @@ const double kRingDegrees = 67.5;
 // Near the tip, away from the rings that cross the shaft halfway.
 const double kArrowAt = 0.8;
 const float kFadedAlpha = 0.2f;
+// Straight above the XY square, where the other squares are seen edge-on.
+const osg::Vec3d kAbove(0.0, 0.0, 5.0);
+// Towards the viewer, where an unturned view ring would lie well inside the turned one.
+const double kUnturnedRadians = osg::DegreesToRadians(295.0);
 
 /// A frame dragger of scale 1 (a ring of about 100 px, so that the pixels
 /// beside one handle are far from every other), seen from `kEye`.
@@ -61,6 +72,70 @@ protected:
             EXPECT_EQ(shownColour(ring(axis)), rings[axis] ? faded : kAxisColours[axis]);
         }
     }
+    /// `pixels` out from the middle of the XY square's edge nearest to the Y
+    /// axis, away from the square's centre. Seen from `kAbove` the other
+    /// handles are far from there.
+    osg::Vec2d besideXYSquare(double pixels) const
+    {
+        const osg::Node* square = extraHandle(Composite3DDragger::Z_AXIS);
+        const double offset = Rk::ExtraHandlesDragger::PLANE_OFFSET;
+        const double edge = offset - Rk::ExtraHandlesDragger::PLANE_HALF_SIZE;
+        const osg::Vec2d at = harness.project(worldOf(square, osg::Vec3d(edge, offset, 0)));
+        osg::Vec2d out = at - harness.project(worldOf(square, osg::Vec3d(offset, offset, 0)));
+        out.normalize();
+        return at + out * pixels;
+    }
+    /// `pixels` out from the screen handle's image, halfway between the two
+    /// arrows whose images are farthest apart round the centre.
+    osg::Vec2d besideScreenHandle(double pixels) const
+    {
+        const osg::Vec2d centre = harness.project(osg::Vec3d());
+        double angles[3];
+        for (int axis = 0; axis < 3; ++axis) {
+            osg::Vec3d tip;
+            tip[axis] = 1.0;
+            const osg::Vec2d image = harness.project(tip) - centre;
+            angles[axis] = std::atan2(image.y(), image.x());
+        }
+        std::sort(std::begin(angles), std::end(angles));
+        double widest = 0.0;
+        double halfway = 0.0;
+        for (int k = 0; k < 3; ++k) {
+            const double next = k < 2 ? angles[k + 1] : angles[0] + 2 * osg::PI;
+            if (next - angles[k] > widest) {
+                widest = next - angles[k];
+                halfway = angles[k] + widest / 2;
+            }
+        }
+        const double radius = imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS);
+        return centre + osg::Vec2d(std::cos(halfway), std::sin(halfway)) * (radius + pixels);
+    }
+    /// Pixels from the centre's image to that of a point `radius` from the
+    /// centre across the line of sight from `kEye`.
+    double imagePixels(double radius) const
+    {
+        osg::Vec3d side = kEye ^ osg::Z_AXIS;
+        side.normalize();
+        return (harness.project(side * radius) - harness.project(osg::Vec3d())).length();
+    }
+    double viewRingPixels() const
+    {
+        return imagePixels(kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
+    }
+    osgManipulator::Dragger* extraHandle(int axis) const
+    {
+        Rk::ExtraHandlesDragger* extra = dragger->extraHandles();
+        if (axis == Composite3DDragger::NO_AXIS)
+            return extra->screenHandle();
+        return extra->planeHandle(Composite3DDragger::AxisEnum(axis));
+    }
+    void showExtraHandles(bool show)
+    {
+        const int all =
+            FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
+        dragger->setHandleSet(show ? all : 0);
+        dragger->rebuildExtraHandles();
+    }
 };
 
 } // namespace
@@ -70,7 +145,11 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
     enum Handle
     {
         ARROW,
-        RING
+        RING,
+        XY_SQUARE,
+        SCREEN_HANDLE,
+        VIEW_RING,
+        UNTURNED_VIEW_RING
     };
     struct Case
     {
@@ -92,13 +171,47 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         {"arrow 11 px beside", ARROW, 11, kTolerance, false, false},
         {"arrow 9 px beside, option off", ARROW, 9, 0, false, false},
         {"ring behind an object in front", RING, 5, kTolerance, true, false},
+        // Squares and the screen handle are filled: counted from their edge.
+        {"XY square 5 px beside", XY_SQUARE, 5, kTolerance, false, true},
+        {"XY square 12 px beside", XY_SQUARE, 12, kTolerance, false, false},
+        {"XY square 5 px beside, option off", XY_SQUARE, 5, 0, false, false},
+        {"screen handle 5 px beside", SCREEN_HANDLE, 5, kTolerance, false, true},
+        {"screen handle 12 px beside", SCREEN_HANDLE, 12, kTolerance, false, false},
+        {"view ring 5 px out", VIEW_RING, 5, kTolerance, false, true},
+        {"view ring 12 px out", VIEW_RING, 12, kTolerance, false, false},
+        // The view ring faces the camera: nothing is left where it would be
+        // drawn unturned, in the XY plane.
+        {"where an unturned view ring would be", UNTURNED_VIEW_RING, 0, kTolerance, false, false},
+    };
+    const int axisOf[] = {Composite3DDragger::X_AXIS,  Composite3DDragger::Z_AXIS,
+                          Composite3DDragger::Z_AXIS,  Composite3DDragger::NO_AXIS,
+                          Composite3DDragger::NO_AXIS, Composite3DDragger::NO_AXIS};
+    const int modeOf[] = {1, 2, 4, 5, 6, 0};
+    const auto pointBeside = [this](const Case& c) {
+        switch (c.handle) {
+        case ARROW:
+            return besideArrow(Composite3DDragger::X_AXIS, c.pixels);
+        case RING:
+            return besideRing(Composite3DDragger::Z_AXIS, c.pixels);
+        case XY_SQUARE:
+            return besideXYSquare(c.pixels);
+        case SCREEN_HANDLE:
+            return besideScreenHandle(c.pixels);
+        case VIEW_RING:
+            return besideScreenHandle(viewRingPixels() + c.pixels -
+                                      imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS));
+        default:
+            return harness.project(
+                osg::Vec3d(std::cos(kUnturnedRadians), std::sin(kUnturnedRadians), 0) *
+                kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
+        }
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        const int axis =
-            c.handle == ARROW ? Composite3DDragger::X_AXIS : Composite3DDragger::Z_AXIS;
-        const osg::Vec2d at =
-            c.handle == ARROW ? besideArrow(axis, c.pixels) : besideRing(axis, c.pixels);
+        showExtraHandles(c.handle >= XY_SQUARE);
+        harness.lookAt(c.handle == XY_SQUARE ? kAbove : kEye, osg::Vec3d(),
+                       c.handle == XY_SQUARE ? osg::Y_AXIS : osg::Z_AXIS);
+        const osg::Vec2d at = pointBeside(c);
         osg::ref_ptr<osg::Geode> blocker = new osg::Geode;
         if (c.blocker) {
             const osg::Vec3d behind = harness.unproject(at, dragger->getMatrix().getTrans(),
@@ -114,8 +227,8 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         EXPECT_EQ(harness.press(at), c.grabs);
 
         if (c.grabs) {
-            EXPECT_EQ(dragger->activeAxis(), axis);
-            EXPECT_EQ(dragger->dragMode(), c.handle == ARROW ? 1 : 2);
+            EXPECT_EQ(dragger->activeAxis(), axisOf[c.handle]);
+            EXPECT_EQ(dragger->dragMode(), modeOf[c.handle]);
         }
         harness.drag(at + osg::Vec2d(12, 12));
         harness.release(at + osg::Vec2d(12, 12));
@@ -125,6 +238,7 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         store.pose = before;
         harness.root()->removeChild(blocker.get());
     }
+    showExtraHandles(false);
 }
 
 TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
@@ -201,6 +315,33 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         c.restore(*dragger);
     }
+
+    // The optional handles are highlighted like the others.
+    showExtraHandles(true);
+    osg::Vec3d side = kEye ^ osg::Z_AXIS;
+    side.normalize();
+    osgManipulator::Dragger* xySquare = extraHandle(Composite3DDragger::Z_AXIS);
+    const struct
+    {
+        const char* name;
+        osg::Vec3d world;
+        osgManipulator::Dragger* hovered;
+    } extras[] = {
+        {"on the XY square", worldOf(xySquare, osg::Vec3d(0.3, 0.3, 0)), xySquare},
+        {"on the screen handle", osg::Vec3d(), extraHandle(Composite3DDragger::NO_AXIS)},
+        {"on the view ring", side * kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR,
+         dragger->extraHandles()->viewRing()},
+    };
+    for (const auto& e : extras) {
+        SCOPED_TRACE(e.name);
+        harness.move(harness.project(e.world));
+        EXPECT_EQ(dragger->hoveredHandle(), e.hovered);
+        EXPECT_EQ(shownColour(e.hovered), kPickYellow);
+    }
+    harness.move(osg::Vec2d(20, 20));
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    EXPECT_EQ(shownColour(xySquare), osg::Vec4(0, 0, 1, Rk::ExtraHandlesDragger::PLANE_ALPHA));
+    showExtraHandles(false);
 }
 
 TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
@@ -260,6 +401,25 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
     move->setEventType(osgGA::GUIEventAdapter::MOVE);
     EXPECT_FALSE(dragger->handle(*move, noView));
     EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+
+    // The eye inside the ball, squares and rings around and behind it: what
+    // lies behind the eye is no candidate, and nothing leaves a bad pose.
+    showExtraHandles(true);
+    dragger->setPickTolerance(kTolerance);
+    harness.lookAt(osg::Vec3d(0.02, 0.01, 0.03), osg::Vec3d(1, 1, 0), osg::Z_AXIS);
+    const double width = ViewerHarness::WIDTH;
+    const double height = ViewerHarness::HEIGHT;
+    for (const osg::Vec2d& at : {osg::Vec2d(width / 2, height / 2), osg::Vec2d(10, 10),
+                                 osg::Vec2d(width / 3, height * 0.6)}) {
+        harness.move(at);
+        harness.press(at);
+        harness.drag(at + osg::Vec2d(15, 15));
+        harness.release(at + osg::Vec2d(15, 15));
+        EXPECT_TRUE(Rk::isFinite(dragger->getMatrix()));
+    }
+    showExtraHandles(false);
+    dragger->setMatrix(osg::Matrixd());
+    harness.lookAt(kEye, osg::Vec3d(), osg::Z_AXIS);
 
     // A camera without a viewport: no hover, no grab beside a handle.
     const osg::Vec2d besideArrowAt = besideArrow(0, 5);

@@ -70,10 +70,11 @@ int expectSameHitsOverTheWindow(osg::Camera* camera)
     return pointsWithHits;
 }
 
-osg::ref_ptr<FrameDragger> shownFrameDragger(bool autoScaleToScreen)
+osg::ref_ptr<FrameDragger> shownFrameDragger(bool autoScaleToScreen, int handleSet = 0)
 {
     osg::ref_ptr<FrameDragger> dragger =
         new FrameDragger(static_cast<Rk::DraggerReceiver*>(nullptr), autoScaleToScreen);
+    dragger->setHandleSet(handleSet);
     dragger->setupDefaultGeometry();
     dragger->setScale(1.0);
     static_cast<Composite3DDragger*>(dragger.get())->showDraggers(true);
@@ -89,6 +90,12 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
     turned->setMatrix(osg::Matrixd::rotate(0.7, osg::Vec3d(1, 2, 3)) *
                       osg::Matrixd::translate(0.2, -0.1, 0.3));
     turned->setScale(0.6);
+    // The optional handles: squares, the ball and the camera-facing view ring.
+    const int allHandles =
+        FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
+    osg::ref_ptr<FrameDragger> fullTurned = shownFrameDragger(false, allHandles);
+    fullTurned->setMatrix(turned->getMatrix());
+    fullTurned->setScale(0.6);
     osg::ref_ptr<Rk::RotateDragger> rotate = new Rk::RotateDragger(nullptr, false);
     rotate->setupDefaultGeometry();
     rotate->setScale(1.7);
@@ -96,6 +103,8 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
     const std::pair<const char*, osg::ref_ptr<osg::Node>> rows[] = {
         {"frame dragger at the origin", shownFrameDragger(false)},
         {"frame dragger turned, moved and scaled", turned},
+        {"every optional handle", shownFrameDragger(false, allHandles)},
+        {"every optional handle, turned, moved and scaled", fullTurned},
         {"rings under the screen-scaling chain", shownFrameDragger(true)},
         {"standalone rotate dragger, scaled", rotate}};
     for (const auto& [name, dragger] : rows) {

@@ -1,9 +1,9 @@
 #include "rkExtraHandleGeometry.h"
 
+#include "rkBallGeometry.h"
+
 #include <osg/BlendFunc>
 #include <osg/Geometry>
-#include <osg/KdTree>
-#include <osg/ShapeDrawable>
 
 namespace RkExtraHandleGeometry {
 
@@ -32,11 +32,9 @@ osg::Geode* createPlaneSquareGeode(const osg::Vec3& centre, const osg::Vec3& fir
 osg::Geode* createScreenHandleGeode(float radius)
 {
     osg::Geode* geode = new osg::Geode;
-    geode->addDrawable(new osg::ShapeDrawable(new osg::Sphere(osg::Vec3(), radius)));
-    // Every press near the centre crosses the sphere: a KdTree lets the pick
-    // test a few of its triangles instead of all of them.
-    osg::ref_ptr<osg::KdTreeBuilder> builder = new osg::KdTreeBuilder;
-    geode->accept(*builder);
+    // Every press near the centre crosses the sphere: its KdTree lets the
+    // pick test a few of its triangles instead of all of them.
+    geode->addDrawable(new Rk::BallGeometry(osg::Vec3(), radius));
     return geode;
 }
 

@@ -16,8 +16,8 @@ namespace RkExtraHandleGeometry {
 osg::Geode* createPlaneSquareGeode(const osg::Vec3& centre, const osg::Vec3& first,
                                    const osg::Vec3& second, float halfSize);
 
-/// A sphere of `radius` about the origin, lit, in the handle's colour, with
-/// an `osg::KdTree` for picks.
+/// A sphere of `radius` about the origin, lit, in the handle's colour: an
+/// `Rk::BallGeometry`, picked through its `osg::KdTree`.
 osg::Geode* createScreenHandleGeode(float radius);
 
 } // namespace RkExtraHandleGeometry

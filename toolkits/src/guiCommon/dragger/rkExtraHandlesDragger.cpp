@@ -5,6 +5,8 @@
 #include "rkDraggerUtility.h"
 #include "rkExtraHandleGeometry.h"
 #include "rkFacingTransform.h"
+#include "rkPickSegment.h"
+#include "rkSharedHandleGeometry.h"
 #include "rkThreeAxisDragger.h"
 
 namespace Rk {
@@ -66,25 +68,38 @@ void ExtraHandlesDragger::addHandle(osgManipulator::Dragger* handle)
 
 void ExtraHandlesDragger::setupDefaultGeometry()
 {
+    // Geometry is shared by every frame dragger with the same sizes; each
+    // handle keeps its own colour.
     for (const osg::ref_ptr<PlaneHandle>& plane : m_planeHandles) {
         if (!plane)
             continue;
+        const AxisEnum normal = plane->normalAxis();
         const osg::Vec3 first = unit(plane->firstInPlane());
         const osg::Vec3 second = unit(plane->secondInPlane());
-        plane->addChild(RkExtraHandleGeometry::createPlaneSquareGeode(
-            (first + second) * PLANE_OFFSET, first, second, PLANE_HALF_SIZE));
-        plane->setColor(withAlpha(axisColour(plane->normalAxis()), PLANE_ALPHA));
+        plane->addChild(SharedHandleGeometry::get(
+                            "plane square", {float(normal), PLANE_OFFSET, PLANE_HALF_SIZE},
+                            [=] {
+                                return RkExtraHandleGeometry::createPlaneSquareGeode(
+                                    (first + second) * PLANE_OFFSET, first, second,
+                                    PLANE_HALF_SIZE);
+                            })
+                            .get());
+        plane->setColor(withAlpha(axisColour(normal), PLANE_ALPHA));
         plane->setPickColor(withAlpha(kPickYellow, PLANE_ALPHA));
     }
     if (m_screenHandle) {
         m_screenHandle->addChild(
-            RkExtraHandleGeometry::createScreenHandleGeode(SCREEN_HANDLE_RADIUS));
+            SharedHandleGeometry::get("screen handle", {SCREEN_HANDLE_RADIUS}, [] {
+                return RkExtraHandleGeometry::createScreenHandleGeode(SCREEN_HANDLE_RADIUS);
+            }).get());
         m_screenHandle->setColor(kScreenHandleColour);
         m_screenHandle->setPickColor(kPickYellow);
     }
     if (m_viewRing) {
-        viewRingParent()->addChild(RkDraggerUtility::createRotateDraggerTorusGeode(
-            viewRingRadius(), m_options.pickTubeRadius, RotateDragger::RING_LINE_WIDTH));
+        viewRingParent()->addChild(
+            RkDraggerUtility::sharedRotateDraggerTorusGeode(
+                viewRingRadius(), m_options.pickTubeRadius, RotateDragger::RING_LINE_WIDTH)
+                .get());
         m_viewRing->setColor(kViewRingColour);
     }
 }
@@ -115,6 +130,16 @@ void ExtraHandlesDragger::setFromChildDraggerActive()
         setDragMode(VIEW_RING_DRAG_MODE);
     else
         setDragMode(kNoDragMode);
+}
+
+void ExtraHandlesDragger::traverse(osg::NodeVisitor& visitor)
+{
+    // Every child is a handle.
+    const auto asHandle = [](osg::Node* child) -> const osg::MatrixTransform* {
+        return dynamic_cast<osgManipulator::Dragger*>(child);
+    };
+    if (!PickSegment::traverseSkippingMissed(*this, visitor, asHandle))
+        Composite3DDragger::traverse(visitor);
 }
 
 bool ExtraHandlesDragger::ownsDragMode(int mode)

@@ -66,6 +66,9 @@ public:
     /// `PLANE_DRAG_MODE`; the screen handle and view ring give `NO_AXIS` and
     /// their drag mode. None active: `NO_AXIS` and drag mode 0.
     void setFromChildDraggerActive() override;
+    /// Every visitor but a pick goes the base's way; a pick skips each
+    /// handle that its segment certainly misses (`PickSegment`).
+    void traverse(osg::NodeVisitor& visitor) override;
     /// Whether `mode` is one of this dragger's drag modes.
     static bool ownsDragMode(int mode);
 

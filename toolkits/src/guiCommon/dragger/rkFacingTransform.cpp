@@ -16,13 +16,19 @@ void FacingTransform::faceEyeOf(osg::NodeVisitor* visitor) const
         return;
     // Both the cull and the pick give the eye in the coordinates of this
     // transform's parent while they ask for its matrix.
-    const osg::Vec3d eye = visitor->getEyePoint();
+    facingFor(visitor->getEyePoint(), m_facing);
+}
+
+bool FacingTransform::facingFor(const osg::Vec3d& eye, osg::Quat& facing)
+{
     if (!isFinite(eye) || eye.length2() == 0.0)
-        return;
-    osg::Quat facing;
-    facing.makeRotate(osg::Vec3d(osg::Z_AXIS), eye);
-    if (isFinite(facing))
-        m_facing = facing;
+        return false;
+    osg::Quat turn;
+    turn.makeRotate(osg::Vec3d(osg::Z_AXIS), eye);
+    if (!isFinite(turn))
+        return false;
+    facing = turn;
+    return true;
 }
 
 bool FacingTransform::computeLocalToWorldMatrix(osg::Matrix& matrix,

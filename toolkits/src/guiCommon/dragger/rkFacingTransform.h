@@ -27,6 +27,10 @@ public:
 
     /// The rotation last used (own +Z onto the direction of the eye).
     const osg::Quat& facing() const { return m_facing; }
+    /// The rotation that turns +Z towards `eye` (given in the parent's
+    /// coordinates), as a traversal with that eye point uses it. False, and
+    /// `facing` untouched, for an eye at the origin or a non-finite one.
+    static bool facingFor(const osg::Vec3d& eye, osg::Quat& facing);
 
 protected:
     ~FacingTransform() override;

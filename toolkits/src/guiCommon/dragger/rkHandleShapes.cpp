@@ -1,6 +1,8 @@
 #include "rkHandleShapes.h"
 
 #include "rkFinite.h"
+#include "rkBallGeometry.h"
+#include "rkFacingTransform.h"
 #include "rkOneAxisHandle.h"
 
 #include <osg/Camera>
@@ -211,6 +213,7 @@ void HandleShapes::collect()
     m_handles.clear();
     m_exclusions.clear();
     m_pieces.clear();
+    m_facingFrames.clear();
     m_points.clear();
     collectHandles(m_owner);
     for (std::size_t index = 0; index < m_handles.size(); ++index)
@@ -247,6 +250,10 @@ void HandleShapes::collectHandles(osgManipulator::CompositeDragger& composite)
 void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
                                 const osg::Matrixd& toHandle)
 {
+    if (dynamic_cast<FacingTransform*>(&node)) {
+        collectFacing(handleIndex, *node.asGroup());
+        return;
+    }
     if (auto* transform = dynamic_cast<osg::MatrixTransform*>(&node)) {
         for (unsigned int child = 0; child < transform->getNumChildren(); ++child)
             collectDrawn(handleIndex, *transform->getChild(child),
@@ -263,55 +270,112 @@ void HandleShapes::collectDrawn(std::size_t handleIndex, osg::Node& node,
     }
     if (!geode)
         return;
-    osgManipulator::Dragger* handle = m_handles[handleIndex];
     for (unsigned int i = 0; i < geode->getNumDrawables(); ++i) {
         osg::Drawable* drawable = geode->getDrawable(i);
         // Pick targets are culled in every frame by a callback: not drawn.
         if (drawable->getCullCallback())
             continue;
-        if (auto* shape = dynamic_cast<osg::ShapeDrawable*>(drawable)) {
-            if (const auto* cone = dynamic_cast<const osg::Cone*>(shape->getShape())) {
-                const osg::Vec3 axis = cone->getRotation() * osg::Vec3(0.0f, 0.0f, 1.0f);
-                const osg::Vec3 base = cone->getCenter() + axis * cone->getBaseOffset();
-                const osg::Vec3 points[] = {base * toHandle,
-                                            (base + axis * cone->getHeight()) * toHandle};
-                addPiece(m_pieces, m_points,
-                         {handle, handleIndex, 0, 2, false, 0.0f, cone->getRadius(), 0.0f}, points,
-                         2);
-            }
-            continue;
-        }
-        osg::Geometry* geometry = drawable->asGeometry();
-        const auto* vertices =
-            geometry ? dynamic_cast<const osg::Vec3Array*>(geometry->getVertexArray()) : nullptr;
-        if (!vertices)
-            continue;
-        float width = lineWidthOf(geometry->getStateSet());
-        if (width <= 0.0f)
-            width = lineWidthOf(geode->getStateSet());
-        if (width <= 0.0f)
-            width = kDefaultLineWidth;
-        for (unsigned int p = 0; p < geometry->getNumPrimitiveSets(); ++p) {
-            const osg::PrimitiveSet* primitives = geometry->getPrimitiveSet(p);
-            const GLenum mode = primitives->getMode();
-            if (mode != GL_LINES && mode != GL_LINE_STRIP && mode != GL_LINE_LOOP)
-                continue;
-            std::vector<osg::Vec3> points;
-            for (unsigned int k = 0; k < primitives->getNumIndices(); ++k) {
-                const unsigned int index = primitives->index(k);
-                if (index < vertices->size())
-                    points.push_back((*vertices)[index] * toHandle);
-            }
-            const Piece piece{handle,       handleIndex, 0,   0, mode == GL_LINE_LOOP,
-                              0.5f * width, 0.0f,        0.0f};
-            if (mode != GL_LINES) {
-                addPiece(m_pieces, m_points, piece, points.data(), points.size());
-                continue;
-            }
-            for (std::size_t k = 0; k + 1 < points.size(); k += 2)
-                addPiece(m_pieces, m_points, piece, points.data() + k, 2);
-        }
+        if (auto* ball = dynamic_cast<BallGeometry*>(drawable))
+            addBall(handleIndex, ball->centre(), ball->radius(), toHandle);
+        else if (auto* shape = dynamic_cast<osg::ShapeDrawable*>(drawable))
+            collectShape(handleIndex, *shape, toHandle);
+        else if (osg::Geometry* geometry = drawable->asGeometry())
+            collectGeometry(handleIndex, *geode, *geometry, toHandle);
     }
+}
+
+void HandleShapes::collectFacing(std::size_t handleIndex, osg::Group& facing)
+{
+    // Its rotation depends on the eye, and the transforms above it may
+    // depend on the view: the pieces below stay in its children's
+    // coordinates and are placed at each query.
+    const std::size_t firstPiece = m_pieces.size();
+    for (unsigned int child = 0; child < facing.getNumChildren(); ++child)
+        collectDrawn(handleIndex, *facing.getChild(child), osg::Matrixd());
+    m_facingFrames.push_back(&facing);
+    for (std::size_t k = firstPiece; k < m_pieces.size(); ++k)
+        if (m_pieces[k].facingFrame < 0)
+            m_pieces[k].facingFrame = int(m_facingFrames.size() - 1);
+}
+
+void HandleShapes::collectShape(std::size_t handleIndex, const osg::ShapeDrawable& drawable,
+                                const osg::Matrixd& toHandle)
+{
+    osgManipulator::Dragger* handle = m_handles[handleIndex];
+    if (const auto* cone = dynamic_cast<const osg::Cone*>(drawable.getShape())) {
+        const osg::Vec3 axis = cone->getRotation() * osg::Vec3(0.0f, 0.0f, 1.0f);
+        const osg::Vec3 base = cone->getCenter() + axis * cone->getBaseOffset();
+        const osg::Vec3 points[] = {base * toHandle, (base + axis * cone->getHeight()) * toHandle};
+        addPiece(m_pieces, m_points,
+                 {handle, handleIndex, 0, 2, false, 0.0f, cone->getRadius(), 0.0f}, points, 2);
+    } else if (const auto* sphere = dynamic_cast<const osg::Sphere*>(drawable.getShape())) {
+        addBall(handleIndex, sphere->getCenter(), sphere->getRadius(), toHandle);
+    }
+}
+
+void HandleShapes::addBall(std::size_t handleIndex, const osg::Vec3& centre, float radius,
+                           const osg::Matrixd& toHandle)
+{
+    const osg::Vec3d scale = toHandle.getScale();
+    const float handleRadius = radius * float(std::max({scale.x(), scale.y(), scale.z()}));
+    const osg::Vec3 handleCentre = centre * toHandle;
+    addPiece(m_pieces, m_points,
+             {m_handles[handleIndex], handleIndex, 0, 1, false, 0.0f, handleRadius, handleRadius,
+              Kind::BALL},
+             &handleCentre, 1);
+}
+
+void HandleShapes::collectGeometry(std::size_t handleIndex, const osg::Geode& geode,
+                                   const osg::Geometry& geometry, const osg::Matrixd& toHandle)
+{
+    const auto* vertices = dynamic_cast<const osg::Vec3Array*>(geometry.getVertexArray());
+    if (!vertices)
+        return;
+    float width = lineWidthOf(geometry.getStateSet());
+    if (width <= 0.0f)
+        width = lineWidthOf(geode.getStateSet());
+    if (width <= 0.0f)
+        width = kDefaultLineWidth;
+    for (unsigned int p = 0; p < geometry.getNumPrimitiveSets(); ++p) {
+        const osg::PrimitiveSet* primitives = geometry.getPrimitiveSet(p);
+        const GLenum mode = primitives->getMode();
+        if (mode != GL_LINES && mode != GL_LINE_STRIP && mode != GL_LINE_LOOP &&
+            mode != GL_TRIANGLES && mode != GL_QUADS)
+            continue;
+        std::vector<osg::Vec3> points;
+        for (unsigned int k = 0; k < primitives->getNumIndices(); ++k) {
+            const unsigned int index = primitives->index(k);
+            if (index < vertices->size())
+                points.push_back((*vertices)[index] * toHandle);
+        }
+        if (mode == GL_TRIANGLES || mode == GL_QUADS)
+            addFaces(handleIndex, *primitives, points);
+        else
+            addLines(handleIndex, mode, 0.5f * width, points);
+    }
+}
+
+void HandleShapes::addLines(std::size_t handleIndex, GLenum mode, float halfWidth,
+                            const std::vector<osg::Vec3>& points)
+{
+    const Piece piece{m_handles[handleIndex], handleIndex, 0,    0,
+                      mode == GL_LINE_LOOP,   halfWidth,   0.0f, 0.0f};
+    if (mode != GL_LINES) {
+        addPiece(m_pieces, m_points, piece, points.data(), points.size());
+        return;
+    }
+    for (std::size_t k = 0; k + 1 < points.size(); k += 2)
+        addPiece(m_pieces, m_points, piece, points.data() + k, 2);
+}
+
+void HandleShapes::addFaces(std::size_t handleIndex, const osg::PrimitiveSet& primitives,
+                            const std::vector<osg::Vec3>& points)
+{
+    const std::size_t corners = primitives.getMode() == GL_QUADS ? 4 : 3;
+    const Piece piece{
+        m_handles[handleIndex], handleIndex, 0, 0, true, 0.0f, 0.0f, 0.0f, Kind::FACE};
+    for (std::size_t k = 0; k + corners <= points.size(); k += corners)
+        addPiece(m_pieces, m_points, piece, points.data() + k, corners);
 }
 
 bool HandleShapes::nearOwner(const Projection& projection, double pixels) const
@@ -354,6 +418,7 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
         return best;
     refresh();
     std::size_t matrixOf = m_handles.size();
+    osg::Matrixd handleToWorld;
     osg::Matrixd localToWindow;
     for (const Piece& piece : m_pieces) {
         osgManipulator::Dragger* handle = m_handles[piece.handleIndex];
@@ -362,9 +427,21 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
             continue;
         if (matrixOf != piece.handleIndex) {
             matrixOf = piece.handleIndex;
-            localToWindow = localToWorld(*handle) * projection.worldToWindow;
+            handleToWorld = localToWorld(*handle);
+            localToWindow = handleToWorld * projection.worldToWindow;
         }
-        measurePiece(piece, localToWindow, projection.pointer, best);
+        if (piece.facingFrame < 0) {
+            measurePiece(piece, localToWindow, projection.pointer, best);
+            continue;
+        }
+        osg::Matrixd pieceToWorld;
+        osg::Matrixd worldToHandle;
+        if (!facingToWorld(piece, projection, pieceToWorld) || !worldToHandle.invert(handleToWorld))
+            continue;
+        const double nearestBefore = best.pixels;
+        measurePiece(piece, pieceToWorld * projection.worldToWindow, projection.pointer, best);
+        if (best.pixels < nearestBefore)
+            best.localPoint = best.localPoint * pieceToWorld * worldToHandle;
     }
     if (!best.handle || best.pixels > pixels)
         return Nearest();
@@ -374,6 +451,116 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
 
 void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
                                 const osg::Vec2d& pointer, Nearest& best) const
+{
+    switch (piece.kind) {
+    case Kind::BALL:
+        measureBall(piece, localToWindow, pointer, best);
+        return;
+    case Kind::FACE:
+        if (measureInsideFace(piece, localToWindow, pointer, best))
+            return;
+        break;
+    case Kind::OUTLINE:
+        break;
+    }
+    measureOutline(piece, localToWindow, pointer, best);
+}
+
+bool HandleShapes::facingToWorld(const Piece& piece, const Projection& projection,
+                                 osg::Matrixd& pieceToWorld) const
+{
+    const osg::Node& facingNode = *m_facingFrames[std::size_t(piece.facingFrame)];
+    const osg::Matrixd parentToWorld = HandleShapes::parentToWorld(facingNode);
+    osg::Matrixd worldToParent;
+    osg::Matrixd eyeToWorld;
+    if (!worldToParent.invert(parentToWorld) || !eyeToWorld.invert(projection.worldToEye))
+        return false;
+    // Turned as the facing transform turns it for this camera's eye.
+    osg::Quat facing;
+    if (!FacingTransform::facingFor(eyeToWorld.getTrans() * worldToParent, facing))
+        return false;
+    pieceToWorld = osg::Matrixd::rotate(facing) * parentToWorld;
+    return true;
+}
+
+void HandleShapes::consider(const Piece& piece, double pixels, const osg::Vec3d& local,
+                            Nearest& best) const
+{
+    pixels = std::max(pixels, 0.0);
+    if (pixels < best.pixels) {
+        best.pixels = pixels;
+        best.handle = m_handles[piece.handleIndex];
+        best.localPoint = local;
+    }
+}
+
+bool HandleShapes::measureInsideFace(const Piece& piece, const osg::Matrixd& localToWindow,
+                                     const osg::Vec2d& pointer, Nearest& best) const
+{
+    const auto cross = [](const osg::Vec2d& u, const osg::Vec2d& v) {
+        return u.x() * v.y() - u.y() * v.x();
+    };
+    const osg::Vec3d first = m_points[piece.first];
+    const WindowPoint a = toWindow(first, localToWindow);
+    if (!(a.w > kMinClipW))
+        return false;
+    // A convex face is a fan of triangles about its first corner.
+    for (std::size_t k = 1; k + 1 < piece.count; ++k) {
+        const osg::Vec3d second = m_points[piece.first + k];
+        const osg::Vec3d third = m_points[piece.first + k + 1];
+        const WindowPoint b = toWindow(second, localToWindow);
+        const WindowPoint c = toWindow(third, localToWindow);
+        const double area = cross(b.at - a.at, c.at - a.at);
+        if (!(b.w > kMinClipW) || !(c.w > kMinClipW) || area == 0.0)
+            continue;
+        const double atB = cross(pointer - a.at, c.at - a.at) / area;
+        const double atC = cross(b.at - a.at, pointer - a.at) / area;
+        const double atA = 1.0 - atB - atC;
+        if (!(atA >= 0.0 && atB >= 0.0 && atC >= 0.0))
+            continue;
+        // Window weights are linear in 1/w: these are the face's own.
+        const double wa = atA / a.w;
+        const double wb = atB / b.w;
+        const double wc = atC / c.w;
+        consider(piece, 0.0, (first * wa + second * wb + third * wc) / (wa + wb + wc), best);
+        return true;
+    }
+    return false;
+}
+
+void HandleShapes::measureBall(const Piece& piece, const osg::Matrixd& localToWindow,
+                               const osg::Vec2d& pointer, Nearest& best) const
+{
+    const osg::Vec3d centre = m_points[piece.first];
+    const WindowPoint image = toWindow(centre, localToWindow);
+    if (!(image.w > kMinClipW))
+        return;
+    // The images of the radius along each own axis give the image's radius,
+    // and, weighed by how far each goes towards the pointer, the direction
+    // of the ball's point nearest to the pointer.
+    const osg::Vec2d offset = pointer - image.at;
+    double imageRadius = 0.0;
+    osg::Vec3d towardsPointer;
+    for (int axis = 0; axis < 3; ++axis) {
+        osg::Vec3d step;
+        step[axis] = piece.startRadius;
+        const WindowPoint rim = toWindow(centre + step, localToWindow);
+        if (!(rim.w > kMinClipW))
+            continue;
+        imageRadius = std::max(imageRadius, (rim.at - image.at).length());
+        towardsPointer[axis] = (rim.at - image.at) * offset;
+    }
+    const double length = towardsPointer.length();
+    const double reach = std::min(offset.length(), imageRadius);
+    const osg::Vec3d local =
+        length > 0.0 && imageRadius > 0.0
+            ? centre + towardsPointer * (piece.startRadius * reach / (imageRadius * length))
+            : centre;
+    consider(piece, offset.length() - imageRadius, local, best);
+}
+
+void HandleShapes::measureOutline(const Piece& piece, const osg::Matrixd& localToWindow,
+                                  const osg::Vec2d& pointer, Nearest& best) const
 {
     if (piece.count < 2)
         return;
@@ -404,12 +591,7 @@ void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToW
             const WindowPoint rim2 = toWindow(local + other * radius, localToWindow);
             pixels -= std::max((rim1.at - centre.at).length(), (rim2.at - centre.at).length());
         }
-        pixels = std::max(pixels, 0.0);
-        if (pixels < best.pixels) {
-            best.pixels = pixels;
-            best.handle = m_handles[piece.handleIndex];
-            best.localPoint = local;
-        }
+        consider(piece, pixels, local, best);
     }
 }
 

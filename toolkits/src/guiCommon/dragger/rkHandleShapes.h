@@ -3,6 +3,7 @@
 
 #include <osg/Matrixd>
 #include <osg/Node>
+#include <osg/PrimitiveSet>
 #include <osg/Vec2d>
 #include <osg/Vec3>
 #include <osgManipulator/Dragger>
@@ -12,6 +13,12 @@
 namespace osgGA {
 class GUIEventAdapter;
 }
+
+namespace osg {
+class Geode;
+class Geometry;
+class ShapeDrawable;
+} // namespace osg
 
 namespace Rk {
 
@@ -23,8 +30,16 @@ class PickExclusion;
 ///
 /// Shapes live in each handle's own coordinates. `collect()` reads them from
 /// the drawn geometry once (line segments, line strips and loops with their
-/// line width, cones as tapered segments; drawables with a cull callback are
-/// pick targets that are never drawn and are skipped); handles of other
+/// line width, cones as tapered segments, spheres (`osg::Sphere` shapes and
+/// `BallGeometry`) as balls, triangles and
+/// quads as filled faces: a pointer over a face's image is 0 px from it;
+/// drawables with a cull callback are pick targets that are never drawn and
+/// are skipped; shapes below an `Rk::FacingTransform` are turned towards the
+/// camera's eye at each query, as the transform turns them for that view,
+/// below whatever transforms lie between it and the handle (a screen-scaling
+/// chain among them); other transforms below a handle that are not matrix
+/// transforms count as plain groups);
+/// handles of other
 /// kinds may add theirs with `addSegment`, `addPolyline` (a closed polyline
 /// serves for circles, squares and any polygon outline). Queries never
 /// traverse the scene and never allocate: each handle's local-to-world is
@@ -105,6 +120,17 @@ public:
     osgManipulator::Dragger* handleIn(const osg::NodePath& path);
 
 private:
+    /// How a piece's points make up its image.
+    enum class Kind
+    {
+        /// A polyline (closed or not), each point of it widened by the radius.
+        OUTLINE,
+        /// A flat convex polygon, filled: its outline, and 0 px inside.
+        FACE,
+        /// A sphere: one point (the centre) with `startRadius`.
+        BALL
+    };
+
     struct Piece
     {
         osgManipulator::Dragger* handle;
@@ -115,6 +141,11 @@ private:
         float halfWidth;
         float startRadius;
         float endRadius;
+        Kind kind = Kind::OUTLINE;
+        /// Below a `FacingTransform`: the index of its frame in
+        /// `m_facingFrames`, the points being in the transform's children's
+        /// coordinates; -1 for points in handle coordinates.
+        int facingFrame = -1;
     };
 
     unsigned int childSignature() const;
@@ -123,8 +154,28 @@ private:
     void addPiece(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
                   const osg::Vec3* first, std::size_t count);
     void appendAddedPieces();
+    void collectFacing(std::size_t handleIndex, osg::Group& facing);
+    void collectShape(std::size_t handleIndex, const osg::ShapeDrawable& drawable,
+                      const osg::Matrixd& toHandle);
+    void collectGeometry(std::size_t handleIndex, const osg::Geode& geode,
+                         const osg::Geometry& geometry, const osg::Matrixd& toHandle);
+    void addBall(std::size_t handleIndex, const osg::Vec3& centre, float radius,
+                 const osg::Matrixd& toHandle);
+    void addLines(std::size_t handleIndex, GLenum mode, float halfWidth,
+                  const std::vector<osg::Vec3>& points);
+    void addFaces(std::size_t handleIndex, const osg::PrimitiveSet& primitives,
+                  const std::vector<osg::Vec3>& points);
     void measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
                       const osg::Vec2d& pointer, Nearest& best) const;
+    void measureOutline(const Piece& piece, const osg::Matrixd& localToWindow,
+                        const osg::Vec2d& pointer, Nearest& best) const;
+    bool measureInsideFace(const Piece& piece, const osg::Matrixd& localToWindow,
+                           const osg::Vec2d& pointer, Nearest& best) const;
+    void measureBall(const Piece& piece, const osg::Matrixd& localToWindow,
+                     const osg::Vec2d& pointer, Nearest& best) const;
+    void consider(const Piece& piece, double pixels, const osg::Vec3d& local, Nearest& best) const;
+    bool facingToWorld(const Piece& piece, const Projection& projection,
+                       osg::Matrixd& pieceToWorld) const;
 
     osgManipulator::CompositeDragger& m_owner;
     std::vector<osgManipulator::Dragger*> m_handles;
@@ -133,6 +184,8 @@ private:
     std::vector<osg::Vec3> m_points;
     std::vector<Piece> m_addedPieces;
     std::vector<osg::Vec3> m_addedPoints;
+    /// The facing transforms below the handles.
+    std::vector<const osg::Node*> m_facingFrames;
     unsigned int m_signature = ~0u;
 };
 

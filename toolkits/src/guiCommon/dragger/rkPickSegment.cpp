@@ -1,6 +1,7 @@
 #include "rkPickSegment.h"
 
 #include "rkAxialShellBound.h"
+#include "rkFacingTransform.h"
 #include "rkFinite.h"
 
 #include <osg/Billboard>
@@ -100,6 +101,7 @@ PickSegment::PickSegment(osgUtil::IntersectionVisitor& visitor)
         osgUtil::LineSegmentIntersector::getTransformation(visitor, segment->getCoordinateFrame());
     m_start = segment->getStart() * toLocal;
     m_end = segment->getEnd() * toLocal;
+    m_visitor = &visitor;
     m_valid = isFinite(m_start) && isFinite(m_end);
 }
 
@@ -123,9 +125,32 @@ bool PickSegment::mayHit(const osg::MatrixTransform& handle) const
     if (!isFinite(start) || !isFinite(end))
         return true;
     const double handleMargin = kMarginPerUnit * (1.0 + std::max(start.length(), end.length()));
-    for (unsigned int index = 0; index < handle.getNumChildren(); ++index) {
-        const osg::Geode* geode = handle.getChild(index)->asGeode();
-        if (!geode || mayHitGeode(*geode, start, end, handleMargin))
+    for (unsigned int index = 0; index < handle.getNumChildren(); ++index)
+        if (mayHitChild(*handle.getChild(index), start, end, toHandle, handleMargin))
+            return true;
+    return false;
+}
+
+bool PickSegment::mayHitChild(const osg::Node& child, const osg::Vec3d& start,
+                              const osg::Vec3d& end, const osg::Matrixd& toHandle,
+                              double margin) const
+{
+    if (const osg::Geode* geode = child.asGeode())
+        return mayHitGeode(*geode, start, end, margin);
+    const auto* facing = dynamic_cast<const FacingTransform*>(&child);
+    if (!facing || facing->getReferenceFrame() != osg::Transform::RELATIVE_RF)
+        return true;
+    // The eye as the facing transform will see it below the handle.
+    osg::Quat turn;
+    if (!FacingTransform::facingFor(osg::Vec3d(m_visitor->getEyePoint()) * toHandle, turn))
+        return true;
+    // The segment in the frame of the facing transform's children.
+    const osg::Quat back = turn.inverse();
+    const osg::Vec3d facingStart = back * start;
+    const osg::Vec3d facingEnd = back * end;
+    for (unsigned int index = 0; index < facing->getNumChildren(); ++index) {
+        const osg::Geode* geode = facing->getChild(index)->asGeode();
+        if (!geode || mayHitGeode(*geode, facingStart, facingEnd, margin))
             return true;
     }
     return false;

@@ -4,9 +4,7 @@
 #include <osg/MatrixTransform>
 #include <osg/Vec3d>
 
-namespace osgUtil {
-class IntersectionVisitor;
-}
+#include <osg/NodeVisitor>
 
 namespace Rk {
 
@@ -24,10 +22,14 @@ namespace Rk {
 /// cannot hit any drawable, because OpenSceneGraph's line-segment
 /// intersector only reports points on triangles inside a drawable's box.
 ///
+/// A `FacingTransform` child of a handle (a view ring's) is seen through:
+/// its geodes are tested turned towards the pick's eye, as the pick itself
+/// turns them.
+///
 /// The test is conservative: it answers "may hit" whenever it cannot be sure
 /// (another kind of intersector, a handle with other children than geodes of
-/// drawables, a drawable without culling, an absolute reference frame), so
-/// skipping the handles it rules out never changes a pick's results.
+/// drawables or facing transforms of geodes, a drawable without culling, an absolute reference
+/// frame), so skipping the handles it rules out never changes a pick's results.
 class PickSegment
 {
 public:
@@ -47,10 +49,41 @@ public:
     /// for an invalid segment.
     bool mayHit(const osg::MatrixTransform& handle) const;
 
+    /// For a pick: visits the children of `group` in order, as a group does,
+    /// but skips each child that `asHandle(child)` maps to a handle (an
+    /// `osg::MatrixTransform*`; null for any other child, which is always
+    /// visited) that the pick's segment certainly misses. The same hits,
+    /// without entering the handles that a ray at another handle merely
+    /// passes near. False, having visited nothing, for any other visitor and
+    /// for a pick whose segment is not valid.
+    template <class AsHandle>
+    static bool traverseSkippingMissed(osg::Group& group, osg::NodeVisitor& visitor,
+                                       AsHandle asHandle)
+    {
+        osgUtil::IntersectionVisitor* picker = visitor.asIntersectionVisitor();
+        const PickSegment segment = picker ? PickSegment(*picker) : PickSegment();
+        if (!segment.valid())
+            return false;
+        for (unsigned int index = 0; index < group.getNumChildren(); ++index) {
+            osg::Node* child = group.getChild(index);
+            const osg::MatrixTransform* handle = asHandle(child);
+            if (handle && !segment.mayHit(*handle))
+                continue;
+            child->accept(visitor);
+        }
+        return true;
+    }
+
 private:
+    bool mayHitChild(const osg::Node& child, const osg::Vec3d& start, const osg::Vec3d& end,
+                     const osg::Matrixd& toHandle, double margin) const;
+
     bool m_valid = false;
     osg::Vec3d m_start;
     osg::Vec3d m_end;
+    /// The pick, asked for its eye point (an inversion) only when a facing
+    /// transform needs it: the segment lives no longer than the traversal step.
+    osgUtil::IntersectionVisitor* m_visitor = nullptr;
 };
 
 } // namespace Rk

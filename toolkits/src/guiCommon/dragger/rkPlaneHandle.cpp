@@ -1,6 +1,7 @@
 #include "rkPlaneHandle.h"
 
 #include "rkFinite.h"
+#include "rkHandleShapes.h"
 
 #include <cmath>
 
@@ -96,9 +97,8 @@ bool PlaneHandle::aimPlane(const osgManipulator::PointerInfo&, const osg::Matrix
 
 bool PlaneHandle::pressProjects(const osgManipulator::PointerInfo& pointer)
 {
-    osg::NodePath pathToRoot;
-    osgManipulator::computeNodePathToRoot(*this, pathToRoot);
-    const osg::Matrixd localToWorld = osg::computeLocalToWorld(pathToRoot);
+    // Along the first parents, as the base takes it, without building the path.
+    const osg::Matrixd localToWorld = HandleShapes::localToWorld(*this);
     if (!hasVolume(localToWorld) || !aimPlane(pointer, localToWorld))
         return false;
     _projector->setLocalToWorld(localToWorld);

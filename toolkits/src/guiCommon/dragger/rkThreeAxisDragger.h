@@ -5,7 +5,6 @@
 #include "rkPickSegment.h"
 
 #include <osg/Vec4>
-#include <osgUtil/IntersectionVisitor>
 
 namespace Rk {
 
@@ -105,18 +104,11 @@ public:
     /// merely passes near.
     void traverse(osg::NodeVisitor& visitor) override
     {
-        osgUtil::IntersectionVisitor* picker = visitor.asIntersectionVisitor();
-        const PickSegment segment = picker ? PickSegment(*picker) : PickSegment();
-        if (!segment.valid()) {
+        const auto asHandle = [this](osg::Node* child) -> const osg::MatrixTransform* {
+            return isHandle(child) ? static_cast<Handle*>(child) : nullptr;
+        };
+        if (!PickSegment::traverseSkippingMissed(*this, visitor, asHandle))
             Composite3DDragger::traverse(visitor);
-            return;
-        }
-        for (unsigned int index = 0; index < getNumChildren(); ++index) {
-            osg::Node* child = getChild(index);
-            if (isHandle(child) && !segment.mayHit(*static_cast<Handle*>(child)))
-                continue;
-            child->accept(visitor);
-        }
     }
 
 protected:

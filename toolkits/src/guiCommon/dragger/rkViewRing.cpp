@@ -1,5 +1,6 @@
 #include "rkViewRing.h"
 
+#include "rkHandleShapes.h"
 #include "rkPointerView.h"
 
 #include <osgManipulator/Command>
@@ -63,9 +64,7 @@ bool ViewRing::handle(const osgManipulator::PointerInfo& pointer,
 
 bool ViewRing::pressed(const osgManipulator::PointerInfo& pointer)
 {
-    osg::NodePath pathToRoot;
-    osgManipulator::computeNodePathToRoot(*this, pathToRoot);
-    m_centreWorld = osg::computeLocalToWorld(pathToRoot).getTrans();
+    m_centreWorld = HandleShapes::localToWorld(*this).getTrans();
     const PointerView view(pointer, m_centreWorld);
     if (!view.valid())
         return false;
