@@ -1,10 +1,11 @@
 #include "rkHandleShapes.h"
 
-#include "rkFinite.h"
 #include "rkBallGeometry.h"
 #include "rkFacingTransform.h"
+#include "rkFinite.h"
 #include "rkOneAxisHandle.h"
 
+#include <osg/BoundingBox>
 #include <osg/Camera>
 #include <osg/Geode>
 #include <osg/Geometry>
@@ -31,6 +32,10 @@ const double kMinClipW = 1e-9;
 // The image of a sphere seen off-axis is larger than its centre's image
 // suggests; this margin keeps the owner test on the safe side.
 const double kBoundMargin = 1.25;
+// Points per run of a long outline (one more than its segments).
+const std::size_t kRunPoints = 9;
+// Pixels added to a bound's reach, for rounding.
+const double kReachSlack = 1e-6;
 
 struct WindowPoint
 {
@@ -49,6 +54,30 @@ WindowPoint toWindow(const osg::Vec3d& point, const osg::Matrixd& matrix)
     if (!(w > kMinClipW))
         return {osg::Vec2d(), w};
     return {osg::Vec2d(x / w, y / w), w};
+}
+
+// False when no point within `radius` of `centre` (local coordinates) can
+// appear within `reach` pixels of `pointer` through `localToWindow`; true
+// whenever it cannot tell (the sphere at or behind the eye plane). A point
+// c + d projects to ((X + a.d) / (W + w.d), ...), so its window offset from
+// the centre's image is at most radius |a W - w X| / (W (W - radius |w|)).
+bool mayReach(const osg::Vec3d& centre, double radius, const osg::Matrixd& localToWindow,
+              const osg::Vec2d& pointer, double reach)
+{
+    const osg::Matrixd& m = localToWindow;
+    const osg::Vec3d toW(m(0, 3), m(1, 3), m(2, 3));
+    const double w = centre * toW + m(3, 3);
+    const double nearest = w - radius * toW.length();
+    if (!(w > kMinClipW) || !(nearest > kMinClipW))
+        return true;
+    for (int axis = 0; axis < 2; ++axis) {
+        const osg::Vec3d toAxis(m(0, axis), m(1, axis), m(2, axis));
+        const double value = centre * toAxis + m(3, axis);
+        const double spread = radius * (toAxis * w - toW * value).length() / (w * nearest);
+        if (!(std::fabs(pointer[axis] - value / w) <= spread + reach + kReachSlack))
+            return false;
+    }
+    return true;
 }
 
 float lineWidthOf(const osg::StateSet* stateSet)
@@ -171,8 +200,35 @@ void HandleShapes::addPolyline(osgManipulator::Dragger* handle,
 void HandleShapes::addPiece(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
                             const osg::Vec3* first, std::size_t count)
 {
+    // A long outline (a ring's line) goes in runs of a few segments, each
+    // with its own bound, so that a query passes over the runs far from the
+    // pointer. The segments are the same; a closed outline's last run ends
+    // at its first point.
+    if (piece.kind != Kind::OUTLINE || count <= kRunPoints) {
+        addRun(pieces, points, piece, first, count);
+        return;
+    }
+    std::vector<osg::Vec3> outline(first, first + count);
+    if (piece.closed)
+        outline.push_back(*first);
+    piece.closed = false;
+    for (std::size_t start = 0; start + 1 < outline.size(); start += kRunPoints - 1)
+        addRun(pieces, points, piece, outline.data() + start,
+               std::min(kRunPoints, outline.size() - start));
+}
+
+void HandleShapes::addRun(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
+                          const osg::Vec3* first, std::size_t count)
+{
     piece.first = points.size();
     piece.count = count;
+    osg::BoundingBox box;
+    for (std::size_t k = 0; k < count; ++k)
+        box.expandBy(first[k]);
+    piece.boundCentre = box.center();
+    piece.boundRadius = 0.0f;
+    for (std::size_t k = 0; k < count; ++k)
+        piece.boundRadius = std::max(piece.boundRadius, (first[k] - piece.boundCentre).length());
     points.insert(points.end(), first, first + count);
     pieces.push_back(piece);
 }
@@ -431,7 +487,7 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
             localToWindow = handleToWorld * projection.worldToWindow;
         }
         if (piece.facingFrame < 0) {
-            measurePiece(piece, localToWindow, projection.pointer, best);
+            measurePiece(piece, localToWindow, projection.pointer, pixels, best);
             continue;
         }
         osg::Matrixd pieceToWorld;
@@ -439,7 +495,8 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
         if (!facingToWorld(piece, projection, pieceToWorld) || !worldToHandle.invert(handleToWorld))
             continue;
         const double nearestBefore = best.pixels;
-        measurePiece(piece, pieceToWorld * projection.worldToWindow, projection.pointer, best);
+        measurePiece(piece, pieceToWorld * projection.worldToWindow, projection.pointer, pixels,
+                     best);
         if (best.pixels < nearestBefore)
             best.localPoint = best.localPoint * pieceToWorld * worldToHandle;
     }
@@ -450,8 +507,16 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const Projection& projection, 
 }
 
 void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
-                                const osg::Vec2d& pointer, Nearest& best) const
+                                const osg::Vec2d& pointer, double pixels, Nearest& best) const
 {
+    // A piece of plain lines or faces measures at least its bound's distance
+    // less its half width: one that cannot come nearer than the nearest so
+    // far, or than the tolerance, is passed over. Widened pieces (cones) and
+    // balls are always measured.
+    const double reach = std::min(best.pixels, pixels) + piece.halfWidth;
+    if (piece.kind != Kind::BALL && piece.startRadius == 0.0f && piece.endRadius == 0.0f &&
+        !mayReach(piece.boundCentre, piece.boundRadius, localToWindow, pointer, reach))
+        return;
     switch (piece.kind) {
     case Kind::BALL:
         measureBall(piece, localToWindow, pointer, best);

@@ -146,6 +146,9 @@ private:
         /// `m_facingFrames`, the points being in the transform's children's
         /// coordinates; -1 for points in handle coordinates.
         int facingFrame = -1;
+        /// A sphere (in the points' coordinates) that holds every point.
+        osg::Vec3 boundCentre = osg::Vec3();
+        float boundRadius = 0.0f;
     };
 
     unsigned int childSignature() const;
@@ -165,8 +168,10 @@ private:
                   const std::vector<osg::Vec3>& points);
     void addFaces(std::size_t handleIndex, const osg::PrimitiveSet& primitives,
                   const std::vector<osg::Vec3>& points);
+    void addRun(std::vector<Piece>& pieces, std::vector<osg::Vec3>& points, Piece piece,
+                const osg::Vec3* first, std::size_t count);
     void measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
-                      const osg::Vec2d& pointer, Nearest& best) const;
+                      const osg::Vec2d& pointer, double pixels, Nearest& best) const;
     void measureOutline(const Piece& piece, const osg::Matrixd& localToWindow,
                         const osg::Vec2d& pointer, Nearest& best) const;
     bool measureInsideFace(const Piece& piece, const osg::Matrixd& localToWindow,
