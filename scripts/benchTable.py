@@ -44,14 +44,15 @@ for kdtree in (0, 1):
                      f"BM_PressScene_FrameXArrow/{args}",
                      f"BM_PressScene_StockTranslateArrow/{args}", None))
 # The handling aids (pick tolerance 8 px, hover on).
-ROWS.append(("Hover move, 1 gizmo, vs stock arrow press + release",
-             "BM_HoverMove_FrameXArrow/draggers:1/hover:1",
+HOVER = "BM_HoverMove_FrameXArrow/draggers:{}/hover:{}/elsewhere:{}"
+ROWS.append(("Hover move, 1 gizmo, vs stock arrow press + release", HOVER.format(1, 1, 0),
              "BM_PressRelease_StockTranslateArrow", ("ratio", 1.0)))
-ROWS.append(("Hover move, 100 gizmos vs 1 gizmo", "BM_HoverMove_FrameXArrow/draggers:100/hover:1",
-             "BM_HoverMove_FrameXArrow/draggers:1/hover:1", ("ratio", 2.0)))
-ROWS.append(("Pointer move without hover, 100 gizmos vs 1 gizmo",
-             "BM_HoverMove_FrameXArrow/draggers:100/hover:0",
-             "BM_HoverMove_FrameXArrow/draggers:1/hover:0", None))
+ROWS.append(("Hover move, 100 gizmos around the hovered one vs 1 gizmo", HOVER.format(100, 1, 0),
+             HOVER.format(1, 1, 0), ("ratio", 2.0)))
+ROWS.append(("Hover move, 100 gizmos (99 small and elsewhere) vs 1 gizmo",
+             HOVER.format(100, 1, 1), HOVER.format(1, 1, 0), ("ratio", 2.0)))
+ROWS.append(("Pointer move without hover, 100 gizmos vs 1 gizmo", HOVER.format(100, 0, 0),
+             HOVER.format(1, 0, 0), None))
 ROWS.append(("Press + release beside the X arrow (tolerance) vs on it",
              "BM_PressRelease_FrameXArrowBeside", "BM_PressRelease_FrameXArrow",
              ("ratio", 1.2)))
@@ -71,6 +72,11 @@ for triangles in (0, 100000):
     ROWS.append((f"Press + release, 100 vs 1 frame draggers, {triangles:,} other triangles",
                  f"BM_PressCrowd_FrameXArrow/draggers:100/triangles:{triangles}",
                  f"BM_PressCrowd_FrameXArrow/draggers:1/triangles:{triangles}", ("ratio", 2.0)))
+for handle in ("PlaneXY", "ScreenHandle", "ViewRing"):
+    ROWS.append((f"Press + release, optional handle {handle}", f"BM_PressRelease_Frame{handle}",
+                 "BM_PressRelease_StockTranslateArrow", ("ratio", 1.0)))
+ROWS.append(("Drag step, XY plane handle vs frame X arrow", "BM_DragStep_FramePlaneXY",
+             "BM_DragStep_FrameLive", ("ratio", 1.2)))
 
 
 def medians(results):
