@@ -247,7 +247,7 @@ unsigned int HandleShapes::childSignature() const
             const auto address = reinterpret_cast<std::uintptr_t>(dragger);
             signature = signature * 31u + dragger->getNumChildren() + 1u;
             signature = signature * 31u + static_cast<unsigned int>(address ^ (address >> 32));
-            if (auto* inner = dynamic_cast<osgManipulator::CompositeDragger*>(dragger))
+            if (osgManipulator::CompositeDragger* inner = dragger->getComposite())
                 self(*inner, self);
         }
     };
@@ -294,7 +294,7 @@ void HandleShapes::collectHandles(osgManipulator::CompositeDragger& composite)
 {
     for (unsigned int i = 0; i < composite.getNumDraggers(); ++i) {
         osgManipulator::Dragger* dragger = composite.getDragger(i);
-        if (auto* inner = dynamic_cast<osgManipulator::CompositeDragger*>(dragger)) {
+        if (osgManipulator::CompositeDragger* inner = dragger->getComposite()) {
             collectHandles(*inner);
             continue;
         }
