@@ -210,9 +210,7 @@ TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPick
 
 TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
 {
-    dragger->setHandleSet(FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE |
-                          FrameDragger::VIEW_RING);
-    dragger->rebuildExtraHandles();
+    showExtraHandles(true);
     dragger->setScale(0.0);
     for (const osg::Vec2d& at : {onArrow(0, 0.0), onArrow(1, 0.0), onRing(2, 0.0)}) {
         EXPECT_FALSE(harness.press(at));
@@ -226,51 +224,14 @@ namespace {
 
 using Rk::ExtraHandlesDragger;
 
-const int kAllHandles =
-    FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
-const double kViewRingRadius = kRingRadius * ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR;
 const double kPixelRowOffset = 1.0 + 1e-6;
 
 /// A frame dragger with every optional handle.
 class ExtraHandlesTest : public ::testing::Test, public FrameScene
 {
 protected:
-    ExtraHandlesTest() : FrameScene(kSceneEye, kAllHandles) {}
+    ExtraHandlesTest() : FrameScene(kSceneEye, kAllExtraHandles) {}
 
-    ExtraHandlesDragger* extra() const { return dragger->extraHandles(); }
-    osg::Vec3d centre() const { return dragger->getMatrix().getTrans(); }
-    /// The world centre of the square of the plane handle with normal `axis`.
-    osg::Vec3d squareCentre(int axis) const
-    {
-        Rk::PlaneHandle* plane = extra()->planeHandle(Composite3DDragger::AxisEnum(axis));
-        osg::Vec3d local;
-        local[plane->firstInPlane()] = local[plane->secondInPlane()] =
-            ExtraHandlesDragger::PLANE_OFFSET;
-        return worldOf(plane, local);
-    }
-    osg::Vec3d towardsEye()
-    {
-        osg::Vec3d direction =
-            harness.viewer().getCamera()->getInverseViewMatrix().getTrans() - centre();
-        direction.normalize();
-        return direction;
-    }
-    /// The window point (y down) at `pixels` from the centre's, `degrees`
-    /// counter-clockwise from the right as the viewer sees it.
-    osg::Vec2d aroundCentre(double degrees, double pixels) const
-    {
-        const double radians = osg::DegreesToRadians(degrees);
-        return harness.project(centre()) +
-               osg::Vec2d(std::cos(radians), -std::sin(radians)) * pixels;
-    }
-    /// Pixels from the centre to the view ring as drawn.
-    double viewRingPixels()
-    {
-        osg::Vec3d side = towardsEye() ^ osg::Z_AXIS;
-        side.normalize();
-        return (harness.project(centre() + side * kViewRingRadius) - harness.project(centre()))
-            .length();
-    }
     void turnViewRing(double toDegrees, int steps)
     {
         const double pixels = viewRingPixels();

@@ -77,25 +77,22 @@ protected:
     /// handles are far from there.
     osg::Vec2d besideXYSquare(double pixels) const
     {
-        const osg::Node* square = extraHandle(Composite3DDragger::Z_AXIS);
         const double offset = Rk::ExtraHandlesDragger::PLANE_OFFSET;
         const double edge = offset - Rk::ExtraHandlesDragger::PLANE_HALF_SIZE;
-        const osg::Vec2d at = harness.project(worldOf(square, osg::Vec3d(edge, offset, 0)));
-        osg::Vec2d out = at - harness.project(worldOf(square, osg::Vec3d(offset, offset, 0)));
+        const osg::Vec2d at = harness.project(worldOf(planeHandle(2), osg::Vec3d(edge, offset, 0)));
+        osg::Vec2d out = at - harness.project(squareCentre(2));
         out.normalize();
         return at + out * pixels;
     }
-    /// `pixels` out from the screen handle's image, halfway between the two
-    /// arrows whose images are farthest apart round the centre.
-    osg::Vec2d besideScreenHandle(double pixels) const
+    /// `pixels` from the centre's image, halfway between the two arrows whose
+    /// images are farthest apart round the centre.
+    osg::Vec2d betweenArrows(double pixels) const
     {
         const osg::Vec2d centre = harness.project(osg::Vec3d());
         double angles[3];
         for (int axis = 0; axis < 3; ++axis) {
-            osg::Vec3d tip;
-            tip[axis] = 1.0;
-            const osg::Vec2d image = harness.project(tip) - centre;
-            angles[axis] = std::atan2(image.y(), image.x());
+            const osg::Vec2d image = harness.project(kAxes[axis]) - centre;
+            angles[axis] = std::atan2(-image.y(), image.x());
         }
         std::sort(std::begin(angles), std::end(angles));
         double widest = 0.0;
@@ -107,34 +104,7 @@ protected:
                 halfway = angles[k] + widest / 2;
             }
         }
-        const double radius = imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS);
-        return centre + osg::Vec2d(std::cos(halfway), std::sin(halfway)) * (radius + pixels);
-    }
-    /// Pixels from the centre's image to that of a point `radius` from the
-    /// centre across the line of sight from `kEye`.
-    double imagePixels(double radius) const
-    {
-        osg::Vec3d side = kEye ^ osg::Z_AXIS;
-        side.normalize();
-        return (harness.project(side * radius) - harness.project(osg::Vec3d())).length();
-    }
-    double viewRingPixels() const
-    {
-        return imagePixels(kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
-    }
-    osgManipulator::Dragger* extraHandle(int axis) const
-    {
-        Rk::ExtraHandlesDragger* extra = dragger->extraHandles();
-        if (axis == Composite3DDragger::NO_AXIS)
-            return extra->screenHandle();
-        return extra->planeHandle(Composite3DDragger::AxisEnum(axis));
-    }
-    void showExtraHandles(bool show)
-    {
-        const int all =
-            FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
-        dragger->setHandleSet(show ? all : 0);
-        dragger->rebuildExtraHandles();
+        return aroundCentre(osg::RadiansToDegrees(halfway), pixels);
     }
 };
 
@@ -196,14 +166,14 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         case XY_SQUARE:
             return besideXYSquare(c.pixels);
         case SCREEN_HANDLE:
-            return besideScreenHandle(c.pixels);
+            return betweenArrows(imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS) +
+                                 c.pixels);
         case VIEW_RING:
-            return besideScreenHandle(viewRingPixels() + c.pixels -
-                                      imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS));
+            return betweenArrows(viewRingPixels() + c.pixels);
         default:
             return harness.project(
                 osg::Vec3d(std::cos(kUnturnedRadians), std::sin(kUnturnedRadians), 0) *
-                kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
+                kViewRingRadius);
         }
     };
     for (const Case& c : cases) {
@@ -320,17 +290,16 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     showExtraHandles(true);
     osg::Vec3d side = kEye ^ osg::Z_AXIS;
     side.normalize();
-    osgManipulator::Dragger* xySquare = extraHandle(Composite3DDragger::Z_AXIS);
+    osgManipulator::Dragger* xySquare = planeHandle(2);
     const struct
     {
         const char* name;
         osg::Vec3d world;
         osgManipulator::Dragger* hovered;
     } extras[] = {
-        {"on the XY square", worldOf(xySquare, osg::Vec3d(0.3, 0.3, 0)), xySquare},
-        {"on the screen handle", osg::Vec3d(), extraHandle(Composite3DDragger::NO_AXIS)},
-        {"on the view ring", side * kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR,
-         dragger->extraHandles()->viewRing()},
+        {"on the XY square", squareCentre(2), xySquare},
+        {"on the screen handle", osg::Vec3d(), dragger->extraHandles()->screenHandle()},
+        {"on the view ring", side * kViewRingRadius, dragger->extraHandles()->viewRing()},
     };
     for (const auto& e : extras) {
         SCOPED_TRACE(e.name);
