@@ -176,6 +176,7 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
                 kViewRingRadius);
         }
     };
+    dragger->setHoverHighlight(true);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         showExtraHandles(c.handle >= XY_SQUARE);
@@ -194,14 +195,24 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         const osg::Matrixd before = dragger->getMatrix();
         store.writes.clear();
 
+        // The pointer passing there highlights what the press then takes.
+        harness.move(at);
+        osgManipulator::Dragger* const hovered = dragger->hoveredHandle();
+        EXPECT_EQ(hovered != nullptr, c.grabs);
+        if (hovered)
+            EXPECT_EQ(shownColour(hovered), kPickYellow);
         EXPECT_EQ(harness.press(at), c.grabs);
 
         if (c.grabs) {
+            EXPECT_EQ(dragger->hoveredHandle(), hovered);
             EXPECT_EQ(dragger->activeAxis(), axisOf[c.handle]);
             EXPECT_EQ(dragger->dragMode(), modeOf[c.handle]);
         }
         harness.drag(at + osg::Vec2d(12, 12));
         harness.release(at + osg::Vec2d(12, 12));
+        harness.move(osg::Vec2d(20, 20));
+        if (hovered)
+            EXPECT_NE(shownColour(hovered), kPickYellow) << "its own colour back";
         EXPECT_EQ(!store.writes.empty(), c.grabs);
         EXPECT_EQ(dragger->getMatrix() != before, c.grabs);
         dragger->setMatrix(before);
@@ -260,57 +271,22 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     store.pose = osg::Matrixd();
     dragger->setMatrix(store.pose);
 
-    struct Clearing
-    {
-        const char* name;
-        void (*clear)(FrameDragger&);
-        void (*restore)(FrameDragger&);
+    const std::pair<const char*, void (*)(FrameDragger&, bool)> clearings[] = {
+        {"disabled", [](FrameDragger& d, bool on) { d.setDraggingEnabled(on); }},
+        {"hidden", [](FrameDragger& d, bool on) { d.showDraggers(on); }},
+        {"option off", [](FrameDragger& d, bool on) { d.setHoverHighlight(on); }},
     };
-    const Clearing clearings[] = {
-        {"disabled", [](FrameDragger& d) { d.setDraggingEnabled(false); },
-         [](FrameDragger& d) { d.setDraggingEnabled(true); }},
-        {"hidden", [](FrameDragger& d) { d.showDraggers(false); },
-         [](FrameDragger& d) { d.showDraggers(true); }},
-        {"option off", [](FrameDragger& d) { d.setHoverHighlight(false); },
-         [](FrameDragger& d) { d.setHoverHighlight(true); }},
-    };
-    for (const Clearing& c : clearings) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, set] : clearings) {
+        SCOPED_TRACE(name);
         harness.move(onXArrow);
         ASSERT_EQ(dragger->hoveredHandle(), arrow(0));
-        c.clear(*dragger);
+        set(*dragger, false);
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         EXPECT_EQ(shownColour(arrow(0)), kRed);
         harness.move(onXArrow + osg::Vec2d(1, 0));
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
-        c.restore(*dragger);
+        set(*dragger, true);
     }
-
-    // The optional handles are highlighted like the others.
-    showExtraHandles(true);
-    osg::Vec3d side = kEye ^ osg::Z_AXIS;
-    side.normalize();
-    osgManipulator::Dragger* xySquare = planeHandle(2);
-    const struct
-    {
-        const char* name;
-        osg::Vec3d world;
-        osgManipulator::Dragger* hovered;
-    } extras[] = {
-        {"on the XY square", squareCentre(2), xySquare},
-        {"on the screen handle", osg::Vec3d(), dragger->extraHandles()->screenHandle()},
-        {"on the view ring", side * kViewRingRadius, dragger->extraHandles()->viewRing()},
-    };
-    for (const auto& e : extras) {
-        SCOPED_TRACE(e.name);
-        harness.move(harness.project(e.world));
-        EXPECT_EQ(dragger->hoveredHandle(), e.hovered);
-        EXPECT_EQ(shownColour(e.hovered), kPickYellow);
-    }
-    harness.move(osg::Vec2d(20, 20));
-    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
-    EXPECT_EQ(shownColour(xySquare), osg::Vec4(0, 0, 1, Rk::ExtraHandlesDragger::PLANE_ALPHA));
-    showExtraHandles(false);
 }
 
 TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
