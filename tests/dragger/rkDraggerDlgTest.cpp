@@ -88,7 +88,7 @@ protected:
     std::unique_ptr<Rk::DraggerDlg> dialog;
 };
 
-TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignals)
+TEST_F(DraggerDlgTest, LabelsAndShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignals)
 {
     const std::pair<const char*, double> shown[] = {{"spinBoxX", 1.0}, {"spinBoxY", 2.0},
                                                     {"spinBoxZ", 3.0}, {"spinBoxH", 0.5},
@@ -100,6 +100,17 @@ TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignal
     EXPECT_TRUE(plugin.poseWrites.empty());
     EXPECT_FALSE(widget<QGroupBox>("groupBoxSystemAlignment")->isVisibleTo(dialog.get()));
     EXPECT_FALSE(dialog->draggerShown());
+    const std::pair<const char*, const char*> labels[] = {
+        {"label_7", "Scale:"}, {"label", "X:"},       {"label_2", "Y:"},  {"label_3", "Z:"},
+        {"label_4", "Roll:"},  {"label_5", "Pitch:"}, {"label_6", "Yaw:"}};
+    for (const auto& [name, text] : labels)
+        EXPECT_EQ(widget<QLabel>(name)->text(), text);
+    EXPECT_EQ(widget<QGroupBox>("groupBoxDragger")->title(), "Dragger Pose");
+    EXPECT_EQ(widget<QCheckBox>("valueOnReleaseCheckBox")->text(), "Update on release");
+    EXPECT_EQ(widget<QGroupBox>("groupBoxSystemAlignment")->title(), "Alignment");
+    EXPECT_EQ(widget<QRadioButton>("radioButtonSystem")->text(), "System");
+    EXPECT_EQ(widget<QRadioButton>("radioButtonCustom")->text(), "Custom");
+    EXPECT_EQ(widget<QPushButton>("pushButtonConnect")->text(), "Connect");
 
     QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
     dragger->setPose(makePose(-4.25, 0.5, 7.0, -0.3, 0.1, 0.7));
@@ -117,21 +128,6 @@ TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignal
     dragger->setDraggingEnabled(false);
     EXPECT_EQ(dialogPoses.count(), 2);
     EXPECT_EQ(shows.count(), 2);
-}
-
-TEST_F(DraggerDlgTest, LabelsTheBoxesAndTheAlignmentChoices)
-{
-    const std::pair<const char*, const char*> labels[] = {
-        {"label_7", "Scale:"}, {"label", "X:"},       {"label_2", "Y:"},  {"label_3", "Z:"},
-        {"label_4", "Roll:"},  {"label_5", "Pitch:"}, {"label_6", "Yaw:"}};
-    for (const auto& [name, text] : labels)
-        EXPECT_EQ(widget<QLabel>(name)->text(), text);
-    EXPECT_EQ(widget<QGroupBox>("groupBoxDragger")->title(), "Dragger Pose");
-    EXPECT_EQ(widget<QCheckBox>("valueOnReleaseCheckBox")->text(), "Update on release");
-    EXPECT_EQ(widget<QGroupBox>("groupBoxSystemAlignment")->title(), "Alignment");
-    EXPECT_EQ(widget<QRadioButton>("radioButtonSystem")->text(), "System");
-    EXPECT_EQ(widget<QRadioButton>("radioButtonCustom")->text(), "Custom");
-    EXPECT_EQ(widget<QPushButton>("pushButtonConnect")->text(), "Connect");
 }
 
 TEST_F(DraggerDlgTest, OneFinishedEditSendsTheWholePoseOnceAndReachesTheHost)

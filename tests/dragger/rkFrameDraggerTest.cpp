@@ -18,15 +18,6 @@ const double kAngleTolerance = 0.01;
 Rk::DraggerReceiver* const kNoReceiver = nullptr;
 const osg::Node::NodeMask kShownMask = Composite3DDragger::DRAGGER_MASK;
 
-/// Builds the handles at scale 1, shows them and adds the dragger to the scene.
-void showIn(ViewerHarness& harness, FrameDragger* dragger)
-{
-    dragger->setupDefaultGeometry();
-    dragger->setScale(1.0);
-    static_cast<Composite3DDragger*>(dragger)->showDraggers(true);
-    harness.root()->addChild(dragger);
-}
-
 class FrameDraggerTest : public ::testing::Test, public FrameScene
 {
 };
@@ -175,7 +166,10 @@ TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
         new FrameDragger(static_cast<Rk::PluginGUI*>(nullptr), false);
     for (FrameDragger* dragger : {detached.get(), noPlugin.get()}) {
         harness.root()->removeChildren(0, harness.root()->getNumChildren());
-        showIn(harness, dragger);
+        dragger->setupDefaultGeometry();
+        dragger->setScale(1.0);
+        static_cast<Composite3DDragger*>(dragger)->showDraggers(true);
+        harness.root()->addChild(dragger);
         SignalLog log(dragger);
         const osg::Vec3d arrowX = worldOf(dragger->translateDragger()->xDragger(), osg::Z_AXIS);
         harness.dragFromTo(harness.project(arrowX * 0.7), harness.project(arrowX * 0.9));
@@ -331,6 +325,21 @@ TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnder
     for (int axis : {0, 1})
         EXPECT_NEAR(std::remainder(moved[axis], step), 0.0, 1e-9) << axis;
     EXPECT_NEAR(moved.z(), 0.0, 1e-9);
+
+    // Aligned with a reference frame: the host moves in the plane and keeps
+    // its orientation; the dragger is reseated on the frame.
+    dragger->setTranslationSnap(0.0);
+    store.pose = osg::Matrixd();
+    const osg::Quat referenceFrame(osg::PI_2, osg::Z_AXIS);
+    dragger->setReferenceFrame(referenceFrame);
+    dragger->setIsAlignedWithReferenceFrame(true);
+    harness.frame();
+    const osg::Vec2d alignedFrom = harness.project(squareCentre(2));
+    harness.dragFromTo(alignedFrom, alignedFrom + osg::Vec2d(30, 10), 2);
+    EXPECT_NEAR(store.pose.getTrans().z(), 0.0, 1e-6);
+    EXPECT_GT(store.pose.getTrans().length(), 0.02);
+    EXPECT_TRUE(store.pose.getRotate() == osg::Quat()) << "the host keeps its orientation";
+    EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
 }
 
 TEST_F(ExtraHandlesTest, ScreenHandleKeepsTheCentreUnderThePointerInThePlaneFacingTheCamera)
@@ -404,20 +413,6 @@ TEST_F(ExtraHandlesTest, DeferredDragsReportDistanceOrAngleAndWriteOnlyAtRelease
     harness.release(aroundCentre(-50, viewRingPixels()));
     EXPECT_EQ(store.writes.size(), 3u);
     EXPECT_EQ(log.names.back(), "done");
-}
-
-TEST_F(ExtraHandlesTest, AlignedDragOnAPlaneHandleReseatsOnTheReferenceFrame)
-{
-    const osg::Quat referenceFrame(osg::PI_2, osg::Z_AXIS);
-    dragger->setReferenceFrame(referenceFrame);
-    dragger->setIsAlignedWithReferenceFrame(true);
-    harness.frame();
-    const osg::Vec2d from = harness.project(squareCentre(2));
-    harness.dragFromTo(from, from + osg::Vec2d(30, 10), 2);
-    EXPECT_NEAR(store.pose.getTrans().z(), 0.0, 1e-6);
-    EXPECT_GT(store.pose.getTrans().length(), 0.02);
-    EXPECT_TRUE(store.pose.getRotate() == osg::Quat()) << "the host keeps its orientation";
-    EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
 }
 
 TEST_F(ExtraHandlesTest, BadViewsOfAPlaneLeaveAFinitePoseInThePlane)
