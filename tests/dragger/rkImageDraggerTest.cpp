@@ -331,10 +331,12 @@ TEST_F(ImageDraggerInViewer, WithoutImageEveryPressPrintsAndMisses)
 
 } // namespace
 
-TEST_F(ImageDraggerInViewer, HeldPressRepeatsTheRegionFromOneIntervalOnUntilRelease)
+TEST_F(ImageDraggerInViewer, HeldPressRepeatsFromOneIntervalOnUntilReleaseAndFollowsEveryPress)
 {
     place(files.png("panel.png", 10, 10));
-    dragger->addRegion({34}, log.recorder('A'));
+    dragger->addRegion({34}, log.recorder('C'));
+    dragger->addRegion({11}, log.recorder('A'));
+    dragger->addRegion({88}, log.recorder('B'));
     // A release before the first tick calls nothing.
     EXPECT_TRUE(harness.press(cell(3, 4)));
     EXPECT_TRUE(harness.release(cell(3, 4)));
@@ -354,6 +356,33 @@ TEST_F(ImageDraggerInViewer, HeldPressRepeatsTheRegionFromOneIntervalOnUntilRele
     QTest::qWait(4 * INTERVAL);
     EXPECT_EQ(log.calls, callsAtRelease);
     EXPECT_FALSE(dragger->isRepeating());
+
+    // A press on another region retargets the calls, dragging off keeps them
+    // going, destruction stops them.
+    log.calls.clear();
+    EXPECT_TRUE(harness.press(cell(1, 1)));
+    ASSERT_TRUE(waitForCalls(1));
+    EXPECT_FALSE(harness.drag(cell(5, 5)));
+    EXPECT_FALSE(harness.press(cell(5, 5)));
+    const std::size_t before = log.calls.size();
+    ASSERT_TRUE(waitForCalls(before + 1));
+    EXPECT_TRUE(dragger->isRepeating());
+
+    EXPECT_TRUE(harness.press(cell(8, 8)));
+    const std::size_t switched = log.calls.size();
+    ASSERT_TRUE(waitForCalls(switched + 2));
+
+    // Destroyed while repeating, the dragger calls nothing more.
+    harness.root()->removeChild(placed.get());
+    placed = nullptr;
+    dragger = nullptr;
+    const std::string callsAtDestruction = log.calls;
+    QTest::qWait(4 * INTERVAL);
+    EXPECT_EQ(log.calls, callsAtDestruction);
+
+    EXPECT_EQ(log.calls.find('B'), switched) << log.calls;
+    EXPECT_EQ(log.calls.find_first_not_of('A'), switched);
+    EXPECT_EQ(log.calls.find_first_not_of('B', switched), std::string::npos);
 }
 
 TEST_F(ImageDraggerInViewer, EveryPressOnTheQuadPrintsItsPointAndFreeCellsMiss)
@@ -383,37 +412,6 @@ TEST_F(ImageDraggerInViewer, EveryPressOnTheQuadPrintsItsPointAndFreeCellsMiss)
     print.text.str("");
     EXPECT_FALSE(harness.press(harness.project(osg::Vec3d(10.0, 0.0, -1.0))));
     EXPECT_EQ(print.text.str(), "");
-}
-
-TEST_F(ImageDraggerInViewer, PressOnAnotherRegionRetargetsDraggingOffKeepsCallingDestructionStops)
-{
-    place(files.png("panel.png", 10, 10));
-    dragger->addRegion({11}, log.recorder('A'));
-    dragger->addRegion({88}, log.recorder('B'));
-
-    EXPECT_TRUE(harness.press(cell(1, 1)));
-    ASSERT_TRUE(waitForCalls(1));
-    EXPECT_FALSE(harness.drag(cell(5, 5)));
-    EXPECT_FALSE(harness.press(cell(5, 5)));
-    const std::size_t before = log.calls.size();
-    ASSERT_TRUE(waitForCalls(before + 1));
-    EXPECT_TRUE(dragger->isRepeating());
-
-    EXPECT_TRUE(harness.press(cell(8, 8)));
-    const std::size_t switched = log.calls.size();
-    ASSERT_TRUE(waitForCalls(switched + 2));
-
-    // Destroyed while repeating, the dragger calls nothing more.
-    harness.root()->removeChild(placed.get());
-    placed = nullptr;
-    dragger = nullptr;
-    const std::string callsAtDestruction = log.calls;
-    QTest::qWait(4 * INTERVAL);
-    EXPECT_EQ(log.calls, callsAtDestruction);
-
-    EXPECT_EQ(log.calls.find('B'), switched) << log.calls;
-    EXPECT_EQ(log.calls.find_first_not_of('A'), switched);
-    EXPECT_EQ(log.calls.find_first_not_of('B', switched), std::string::npos);
 }
 
 TEST_F(ImageDraggerInViewer, RegionWithAnEmptyFunctionClaimsItsCellAndCallsNothing)
