@@ -215,20 +215,6 @@ TEST_F(DraggerDlgTest, ScaleIsTypedSilentlyAndRoundedToTheBoxOnce)
     EXPECT_EQ(dialog->scale(), 0.12345);
 }
 
-TEST_F(DraggerDlgTest, CommandValueLabelShowsThreeDigitsInAFieldOfFive)
-{
-    QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
-    const std::pair<double, const char*> shown[] = {
-        {1.0, "      1"}, {0.1234, "  0.123"}, {12.345, "   12.3"}, {-1.5708, "  -1.57"}};
-    for (const auto& [value, text] : shown) {
-        dialog->commandValueChanged(value);
-        EXPECT_EQ(commandText(), text);
-    }
-    dialog->commandValueDone();
-    EXPECT_TRUE(commandText().isEmpty());
-    EXPECT_EQ(done.count(), 1);
-}
-
 TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxesWhileDraggingIsEnabled)
 {
     QSignalSpy shows(dialog.get(), &Rk::DraggerDlg::signalShowDragger);
@@ -351,7 +337,7 @@ TEST_F(DraggerDlgSceneTest, LiveDragRefreshesTheBoxesAtEveryStep)
 
 // The update-on-release box sets the dragger's flag, and a dialog bound
 // later shows it.
-TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
+TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueInAFieldOfFiveUntilTheRelease)
 {
     widget<QCheckBox>("valueOnReleaseCheckBox")->setChecked(true);
     EXPECT_TRUE(dragger->valueOnRelease());
@@ -372,6 +358,16 @@ TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
     EXPECT_NEAR(plugin.poseWrites.back().getTrans().x(), kArrowMove, kPickTolerance);
     EXPECT_TRUE(
         Rk::DraggerDlg(dragger.get()).findChild<QCheckBox*>("valueOnReleaseCheckBox")->isChecked());
+    // The label shows three significant digits in a field of five.
+    const std::pair<double, const char*> shown[] = {
+        {1.0, "      1"}, {0.1234, "  0.123"}, {12.345, "   12.3"}, {-1.5708, "  -1.57"}};
+    for (const auto& [value, text] : shown) {
+        dialog->commandValueChanged(value);
+        EXPECT_EQ(commandText(), text);
+    }
+    dialog->commandValueDone();
+    EXPECT_TRUE(commandText().isEmpty());
+    EXPECT_EQ(done.count(), 2);
 }
 
 TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick)
