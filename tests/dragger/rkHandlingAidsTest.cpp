@@ -199,8 +199,9 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         harness.move(at);
         osgManipulator::Dragger* const hovered = dragger->hoveredHandle();
         EXPECT_EQ(hovered != nullptr, c.grabs);
-        if (hovered)
+        if (hovered) {
             EXPECT_EQ(shownColour(hovered), kPickYellow);
+        }
         EXPECT_EQ(harness.press(at), c.grabs);
 
         if (c.grabs) {
@@ -211,8 +212,9 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         harness.drag(at + osg::Vec2d(12, 12));
         harness.release(at + osg::Vec2d(12, 12));
         harness.move(osg::Vec2d(20, 20));
-        if (hovered)
+        if (hovered) {
             EXPECT_NE(shownColour(hovered), kPickYellow) << "its own colour back";
+        }
         EXPECT_EQ(!store.writes.empty(), c.grabs);
         EXPECT_EQ(dragger->getMatrix() != before, c.grabs);
         dragger->setMatrix(before);
@@ -352,10 +354,7 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
     showExtraHandles(true);
     dragger->setPickTolerance(kTolerance);
     harness.lookAt(osg::Vec3d(0.02, 0.01, 0.03), osg::Vec3d(1, 1, 0), osg::Z_AXIS);
-    const double width = ViewerHarness::WIDTH;
-    const double height = ViewerHarness::HEIGHT;
-    for (const osg::Vec2d& at : {osg::Vec2d(width / 2, height / 2), osg::Vec2d(10, 10),
-                                 osg::Vec2d(width / 3, height * 0.6)}) {
+    for (const osg::Vec2d& at : {osg::Vec2d(400, 300), osg::Vec2d(10, 10), osg::Vec2d(267, 360)}) {
         harness.move(at);
         harness.press(at);
         harness.drag(at + osg::Vec2d(15, 15));
