@@ -194,10 +194,7 @@ TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
         new FrameDragger(static_cast<Rk::PluginGUI*>(nullptr), false);
     for (FrameDragger* dragger : {detached.get(), noPlugin.get()}) {
         harness.root()->removeChildren(0, harness.root()->getNumChildren());
-        dragger->setupDefaultGeometry();
-        dragger->setScale(1.0);
-        static_cast<Composite3DDragger*>(dragger)->showDraggers(true);
-        harness.root()->addChild(dragger);
+        showIn(harness.root(), dragger);
         SignalLog log(dragger);
         const osg::Vec3d arrowX = worldOf(dragger->translateDragger()->xDragger(), osg::Z_AXIS);
         harness.dragFromTo(harness.project(arrowX * 0.7), harness.project(arrowX * 0.9));

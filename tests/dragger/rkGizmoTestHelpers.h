@@ -78,6 +78,16 @@ const int kAllExtraHandles =
     Rk::FrameDragger::PLANE_HANDLES | Rk::FrameDragger::SCREEN_HANDLE | Rk::FrameDragger::VIEW_RING;
 const double kViewRingRadius = kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR;
 
+/// Builds the handles of `dragger` at `scale`, shows them and adds the
+/// dragger below `parent`.
+inline void showIn(osg::Group* parent, Rk::Composite3DDragger* dragger, double scale = 1.0)
+{
+    dragger->setupDefaultGeometry();
+    dragger->setScale(scale);
+    dragger->showDraggers(true);
+    parent->addChild(dragger);
+}
+
 /// A host pose at (x, y, z) turned by the Z-Y-X Euler angles given.
 inline RkCoordinateSystemTransformation makePose(double x, double y, double z, double yaw,
                                                  double pitch, double roll)
@@ -146,10 +156,7 @@ public:
         harness.lookAt(m_eye, osg::Vec3d(), osg::Z_AXIS);
         dragger = new Rk::FrameDragger(store.makeReceiver(), false);
         dragger->setHandleSet(m_handleSet);
-        dragger->setupDefaultGeometry();
-        dragger->setScale(1.0);
-        static_cast<Rk::Composite3DDragger*>(dragger.get())->showDraggers(true);
-        harness.root()->addChild(dragger.get());
+        showIn(harness.root(), dragger.get());
     }
 
     osgManipulator::Dragger* arrow(int axis) const
