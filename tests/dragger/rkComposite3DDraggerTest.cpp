@@ -284,10 +284,9 @@ TEST(DraggerReceiver, EmptyFunctionsReadTheIdentityAndIgnoreWrites)
         osg::Matrixd::rotate(0.3, osg::Vec3d(0, 1, 0)) * osg::Matrixd::translate(7, 8, 9);
     receiver->setMatrix(written);
     EXPECT_EQ(stored, written);
-}
 
-TEST(DraggerReceiver, ArgumentGetterStartsFromTheIdentityIgnoresItsResultAndThrowsWhenEmpty)
-{
+    // An argument getter starts from the identity, its result is ignored, and
+    // an empty one throws.
     for (bool reported : {true, false}) {
         Rk::DraggerReceiver::ReceiverArg arg;
         arg.getter = [reported](osg::Matrixd& m) {
@@ -295,7 +294,7 @@ TEST(DraggerReceiver, ArgumentGetterStartsFromTheIdentityIgnoresItsResultAndThro
             m.setTrans(1, 2, 3);
             return reported;
         };
-        osg::ref_ptr<Rk::DraggerReceiver> receiver = new Rk::DraggerReceiver(arg);
+        receiver = new Rk::DraggerReceiver(arg);
         EXPECT_EQ(receiver->getMatrix(), osg::Matrixd::translate(1, 2, 3));
     }
     osg::ref_ptr<Rk::DraggerReceiver> empty =
@@ -304,13 +303,23 @@ TEST(DraggerReceiver, ArgumentGetterStartsFromTheIdentityIgnoresItsResultAndThro
     EXPECT_NO_THROW(empty->setMatrix(osg::Matrixd())); // empty setter: nothing
 }
 
-// The plug-in's own store keeps each parameter at its address (parameter,
-// i, j): a value lands where the receiver wrote it and is read from there.
-TEST(EEDraggerReceiver, UsesItsParameterAtItsIndicesAtEveryCallWithoutCaching)
+TEST(EEDraggerReceiver, NullPluginReadsTheIdentityAndAPluginsParameterIsUsedAtEveryCall)
 {
+    osg::ref_ptr<Rk::DraggerReceiver> gui =
+        new Rk::EEDraggerReceiver(static_cast<Rk::PluginGUI*>(nullptr));
+    osg::ref_ptr<Rk::DraggerReceiver> indexed =
+        new Rk::EEDraggerReceiver(static_cast<Rk::Plugin*>(nullptr), 1, 2);
+    for (Rk::DraggerReceiver* receiver : {gui.get(), indexed.get()}) {
+        receiver->setMatrix(osg::Matrixd::translate(1, 2, 3));
+        EXPECT_TRUE(receiver->getMatrix().isIdentity());
+    }
+
+    // The plug-in's own store keeps each parameter at its address (parameter,
+    // i, j): a value lands where the receiver wrote it and is read from there,
+    // at every call, without caching.
     Rk::PluginGUI plugin;
-    osg::ref_ptr<Rk::DraggerReceiver> gui = new Rk::EEDraggerReceiver(&plugin);
-    osg::ref_ptr<Rk::DraggerReceiver> indexed = new Rk::EEDraggerReceiver(&plugin, 2, 5);
+    gui = new Rk::EEDraggerReceiver(&plugin);
+    indexed = new Rk::EEDraggerReceiver(&plugin, 2, 5);
     osg::ref_ptr<Rk::DraggerReceiver> wrapped = new Rk::EEDraggerReceiver(&plugin, -1, -2);
     EXPECT_TRUE(gui->getMatrix().isIdentity());
     EXPECT_TRUE(indexed->getMatrix().isIdentity()) << "a failed read gives the identity";
@@ -329,18 +338,6 @@ TEST(EEDraggerReceiver, UsesItsParameterAtItsIndicesAtEveryCallWithoutCaching)
     EXPECT_TRUE((plugin.getParam<14u, osg::Matrixd>(2, 5, read)));
     EXPECT_EQ(read, osg::Matrixd::translate(3, 2, 1));
     EXPECT_EQ(wrapped->getMatrix(), osg::Matrixd::scale(3, 3, 3)) << "other indices untouched";
-}
-
-TEST(EEDraggerReceiver, NullPluginReadsTheIdentityAndIgnoresWrites)
-{
-    osg::ref_ptr<Rk::DraggerReceiver> gui =
-        new Rk::EEDraggerReceiver(static_cast<Rk::PluginGUI*>(nullptr));
-    osg::ref_ptr<Rk::DraggerReceiver> indexed =
-        new Rk::EEDraggerReceiver(static_cast<Rk::Plugin*>(nullptr), 1, 2);
-    for (Rk::DraggerReceiver* receiver : {gui.get(), indexed.get()}) {
-        receiver->setMatrix(osg::Matrixd::translate(1, 2, 3));
-        EXPECT_TRUE(receiver->getMatrix().isIdentity());
-    }
 }
 
 } // namespace

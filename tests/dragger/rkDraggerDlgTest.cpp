@@ -88,7 +88,7 @@ protected:
     std::unique_ptr<Rk::DraggerDlg> dialog;
 };
 
-TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignals)
+TEST_F(DraggerDlgTest, LabelsAndShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignals)
 {
     const std::pair<const char*, double> shown[] = {{"spinBoxX", 1.0}, {"spinBoxY", 2.0},
                                                     {"spinBoxZ", 3.0}, {"spinBoxH", 0.5},
@@ -100,6 +100,17 @@ TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignal
     EXPECT_TRUE(plugin.poseWrites.empty());
     EXPECT_FALSE(widget<QGroupBox>("groupBoxSystemAlignment")->isVisibleTo(dialog.get()));
     EXPECT_FALSE(dialog->draggerShown());
+    const std::pair<const char*, const char*> labels[] = {
+        {"label_7", "Scale:"}, {"label", "X:"},       {"label_2", "Y:"},  {"label_3", "Z:"},
+        {"label_4", "Roll:"},  {"label_5", "Pitch:"}, {"label_6", "Yaw:"}};
+    for (const auto& [name, text] : labels)
+        EXPECT_EQ(widget<QLabel>(name)->text(), text);
+    EXPECT_EQ(widget<QGroupBox>("groupBoxDragger")->title(), "Dragger Pose");
+    EXPECT_EQ(widget<QCheckBox>("valueOnReleaseCheckBox")->text(), "Update on release");
+    EXPECT_EQ(widget<QGroupBox>("groupBoxSystemAlignment")->title(), "Alignment");
+    EXPECT_EQ(widget<QRadioButton>("radioButtonSystem")->text(), "System");
+    EXPECT_EQ(widget<QRadioButton>("radioButtonCustom")->text(), "Custom");
+    EXPECT_EQ(widget<QPushButton>("pushButtonConnect")->text(), "Connect");
 
     QSignalSpy dialogPoses(dialog.get(), &Rk::DraggerDlg::signalPoseChanged);
     dragger->setPose(makePose(-4.25, 0.5, 7.0, -0.3, 0.1, 0.7));
@@ -117,21 +128,6 @@ TEST_F(DraggerDlgTest, ShowsTheDraggersPoseAndScaleWhenBoundAndEveryPoseItSignal
     dragger->setDraggingEnabled(false);
     EXPECT_EQ(dialogPoses.count(), 2);
     EXPECT_EQ(shows.count(), 2);
-}
-
-TEST_F(DraggerDlgTest, LabelsTheBoxesAndTheAlignmentChoices)
-{
-    const std::pair<const char*, const char*> labels[] = {
-        {"label_7", "Scale:"}, {"label", "X:"},       {"label_2", "Y:"},  {"label_3", "Z:"},
-        {"label_4", "Roll:"},  {"label_5", "Pitch:"}, {"label_6", "Yaw:"}};
-    for (const auto& [name, text] : labels)
-        EXPECT_EQ(widget<QLabel>(name)->text(), text);
-    EXPECT_EQ(widget<QGroupBox>("groupBoxDragger")->title(), "Dragger Pose");
-    EXPECT_EQ(widget<QCheckBox>("valueOnReleaseCheckBox")->text(), "Update on release");
-    EXPECT_EQ(widget<QGroupBox>("groupBoxSystemAlignment")->title(), "Alignment");
-    EXPECT_EQ(widget<QRadioButton>("radioButtonSystem")->text(), "System");
-    EXPECT_EQ(widget<QRadioButton>("radioButtonCustom")->text(), "Custom");
-    EXPECT_EQ(widget<QPushButton>("pushButtonConnect")->text(), "Connect");
 }
 
 TEST_F(DraggerDlgTest, OneFinishedEditSendsTheWholePoseOnceAndReachesTheHost)
@@ -217,20 +213,6 @@ TEST_F(DraggerDlgTest, ScaleIsTypedSilentlyAndRoundedToTheBoxOnce)
     EXPECT_EQ(dialogScales.count(), 2);
     EXPECT_EQ(dragger->scale(), 0.12345);
     EXPECT_EQ(dialog->scale(), 0.12345);
-}
-
-TEST_F(DraggerDlgTest, CommandValueLabelShowsThreeDigitsInAFieldOfFive)
-{
-    QSignalSpy done(dialog.get(), &Rk::DraggerDlg::signalCommandValueDone);
-    const std::pair<double, const char*> shown[] = {
-        {1.0, "      1"}, {0.1234, "  0.123"}, {12.345, "   12.3"}, {-1.5708, "  -1.57"}};
-    for (const auto& [value, text] : shown) {
-        dialog->commandValueChanged(value);
-        EXPECT_EQ(commandText(), text);
-    }
-    dialog->commandValueDone();
-    EXPECT_TRUE(commandText().isEmpty());
-    EXPECT_EQ(done.count(), 1);
 }
 
 TEST_F(DraggerDlgTest, CheckingTheGroupShowsTheDraggerAndEnablesTheBoxesWhileDraggingIsEnabled)
@@ -355,7 +337,7 @@ TEST_F(DraggerDlgSceneTest, LiveDragRefreshesTheBoxesAtEveryStep)
 
 // The update-on-release box sets the dragger's flag, and a dialog bound
 // later shows it.
-TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
+TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueInAFieldOfFiveUntilTheRelease)
 {
     widget<QCheckBox>("valueOnReleaseCheckBox")->setChecked(true);
     EXPECT_TRUE(dragger->valueOnRelease());
@@ -376,6 +358,16 @@ TEST_F(DraggerDlgSceneTest, DeferredDragShowsTheCommandValueUntilTheRelease)
     EXPECT_NEAR(plugin.poseWrites.back().getTrans().x(), kArrowMove, kPickTolerance);
     EXPECT_TRUE(
         Rk::DraggerDlg(dragger.get()).findChild<QCheckBox*>("valueOnReleaseCheckBox")->isChecked());
+    // The label shows three significant digits in a field of five.
+    const std::pair<double, const char*> shown[] = {
+        {1.0, "      1"}, {0.1234, "  0.123"}, {12.345, "   12.3"}, {-1.5708, "  -1.57"}};
+    for (const auto& [value, text] : shown) {
+        dialog->commandValueChanged(value);
+        EXPECT_EQ(commandText(), text);
+    }
+    dialog->commandValueDone();
+    EXPECT_TRUE(commandText().isEmpty());
+    EXPECT_EQ(done.count(), 2);
 }
 
 TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick)

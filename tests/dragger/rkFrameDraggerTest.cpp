@@ -18,22 +18,13 @@ const double kAngleTolerance = 0.01;
 Rk::DraggerReceiver* const kNoReceiver = nullptr;
 const osg::Node::NodeMask kShownMask = Composite3DDragger::DRAGGER_MASK;
 
-/// Builds the handles at scale 1, shows them and adds the dragger to the scene.
-void showIn(ViewerHarness& harness, FrameDragger* dragger)
-{
-    dragger->setupDefaultGeometry();
-    dragger->setScale(1.0);
-    static_cast<Composite3DDragger*>(dragger)->showDraggers(true);
-    harness.root()->addChild(dragger);
-}
-
 class FrameDraggerTest : public ::testing::Test, public FrameScene
 {
 };
 
 } // namespace
 
-TEST(FrameDragger, SetupGivesBothChildrenTheCylinderGeometryAndTheScaleAndShowingSwitchesThem)
+TEST(FrameDragger, SetupBuildsTheCylinderGeometryTheScaleAndTheHandleSetAndShowingSwitchesThem)
 {
     osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
     dragger->setCylinderGeometry(0.5f, 0.15f, 3.0f);
@@ -63,9 +54,37 @@ TEST(FrameDragger, SetupGivesBothChildrenTheCylinderGeometryAndTheScaleAndShowin
     EXPECT_EQ(dragger->getNodeMask(), 0x1u);
     EXPECT_EQ(dragger->translateDragger()->xDragger()->getNodeMask(), 0u);
     EXPECT_EQ(dragger->rotateDragger()->getNodeMask(), 0u);
+
+    // The handle set adds a third child only when not empty.
+    dragger = new FrameDragger(kNoReceiver, false);
+    dragger->setHandleSet(0x40);
+    EXPECT_EQ(dragger->handleSet(), 0) << "unknown bits are ignored";
+    dragger->setupDefaultGeometry();
+    EXPECT_EQ(dragger->getNumChildren(), 2u);
+    EXPECT_EQ(dragger->getNumDraggers(), 2u);
+    EXPECT_EQ(dragger->extraHandles(), nullptr);
+
+    dragger->setHandleSet(FrameDragger::PLANE_HANDLES | FrameDragger::VIEW_RING);
+    EXPECT_EQ(dragger->getNumChildren(), 2u) << "only at the next build";
+    dragger->showDraggers(true);
+    dragger->rebuildExtraHandles();
+    ASSERT_NE(dragger->extraHandles(), nullptr);
+    EXPECT_EQ(dragger->getNumChildren(), 3u);
+    EXPECT_EQ(dragger->extraHandles()->getNumDraggers(), 4u) << "three planes and the ring";
+    EXPECT_EQ(dragger->extraHandles()->screenHandle(), nullptr);
+    EXPECT_EQ(dragger->extraHandles()->getNodeMask(), kShownMask);
+    EXPECT_EQ(dragger->extraHandles()->viewRing()->getParentDragger(), dragger.get());
+    const osg::Vec4 xyColour =
+        shownColour(dragger->extraHandles()->planeHandle(Composite3DDragger::Z_AXIS));
+    EXPECT_EQ(xyColour, osg::Vec4(0, 0, 1, Rk::ExtraHandlesDragger::PLANE_ALPHA));
+
+    dragger->setHandleSet(0);
+    dragger->rebuildExtraHandles();
+    EXPECT_EQ(dragger->getNumChildren(), 2u);
+    EXPECT_EQ(dragger->getNumDraggers(), 2u);
 }
 
-TEST_F(FrameDraggerTest, LiveDragWritesTheReceiverAtEveryStep)
+TEST_F(FrameDraggerTest, LiveDragWritesTheReceiverAtEveryStepAndAnUnpickableHandleMovesNothing)
 {
     SignalLog log(dragger.get());
     const osg::Vec2d from = onArrow(0, 0.7);
@@ -93,6 +112,17 @@ TEST_F(FrameDraggerTest, LiveDragWritesTheReceiverAtEveryStep)
     EXPECT_EQ(log.count("value"), 0);
     EXPECT_EQ(shownColour(arrow(0)), kRed);
     EXPECT_EQ(store.pose, dragger->getMatrix()) << "the frame's own write comes last";
+
+    // A press on a handle that ignores picking clicks but moves nothing.
+    dragger->translateDragger()->xDragger()->enablePicking(false);
+    const osg::Matrixd before = store.pose;
+    log.names.clear();
+    store.writes.clear();
+    dragArrow(0, 0.7, 0.9);
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
+    EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked", "changed", "done"}));
+    EXPECT_EQ(store.writes.size(), 1u) << "only the frame's write at the release";
+    EXPECT_EQ(store.pose, before);
 }
 
 // A deferred drag of the turned frame's Y arrow: values in the frame's own
@@ -123,17 +153,6 @@ TEST_F(FrameDraggerTest, DeferredDragReportsTheDistanceInItsOwnFrameAndWritesOnl
         << "the frame's Y is the world's -X";
     EXPECT_EQ(log.names.back(), "done");
     EXPECT_EQ(log.count("changed"), 1);
-}
-
-TEST_F(FrameDraggerTest, PressOnAHandleThatIgnoresPickingClicksButMovesNothing)
-{
-    dragger->translateDragger()->xDragger()->enablePicking(false);
-    SignalLog log(dragger.get());
-    dragArrow(0, 0.7, 0.9);
-    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
-    EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked", "changed", "done"}));
-    EXPECT_EQ(store.writes.size(), 1u) << "only the frame's write at the release";
-    EXPECT_TRUE(store.pose.isIdentity());
 }
 
 TEST_F(FrameDraggerTest, AlignedReleaseReseatsTheDraggerOnTheReferenceFrame)
@@ -175,7 +194,7 @@ TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
         new FrameDragger(static_cast<Rk::PluginGUI*>(nullptr), false);
     for (FrameDragger* dragger : {detached.get(), noPlugin.get()}) {
         harness.root()->removeChildren(0, harness.root()->getNumChildren());
-        showIn(harness, dragger);
+        showIn(harness.root(), dragger);
         SignalLog log(dragger);
         const osg::Vec3d arrowX = worldOf(dragger->translateDragger()->xDragger(), osg::Z_AXIS);
         harness.dragFromTo(harness.project(arrowX * 0.7), harness.project(arrowX * 0.9));
@@ -210,9 +229,7 @@ TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPick
 
 TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
 {
-    dragger->setHandleSet(FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE |
-                          FrameDragger::VIEW_RING);
-    dragger->rebuildExtraHandles();
+    showExtraHandles(true);
     dragger->setScale(0.0);
     for (const osg::Vec2d& at : {onArrow(0, 0.0), onArrow(1, 0.0), onRing(2, 0.0)}) {
         EXPECT_FALSE(harness.press(at));
@@ -226,51 +243,14 @@ namespace {
 
 using Rk::ExtraHandlesDragger;
 
-const int kAllHandles =
-    FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
-const double kViewRingRadius = kRingRadius * ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR;
 const double kPixelRowOffset = 1.0 + 1e-6;
 
 /// A frame dragger with every optional handle.
 class ExtraHandlesTest : public ::testing::Test, public FrameScene
 {
 protected:
-    ExtraHandlesTest() : FrameScene(kSceneEye, kAllHandles) {}
+    ExtraHandlesTest() : FrameScene(kSceneEye, kAllExtraHandles) {}
 
-    ExtraHandlesDragger* extra() const { return dragger->extraHandles(); }
-    osg::Vec3d centre() const { return dragger->getMatrix().getTrans(); }
-    /// The world centre of the square of the plane handle with normal `axis`.
-    osg::Vec3d squareCentre(int axis) const
-    {
-        Rk::PlaneHandle* plane = extra()->planeHandle(Composite3DDragger::AxisEnum(axis));
-        osg::Vec3d local;
-        local[plane->firstInPlane()] = local[plane->secondInPlane()] =
-            ExtraHandlesDragger::PLANE_OFFSET;
-        return worldOf(plane, local);
-    }
-    osg::Vec3d towardsEye()
-    {
-        osg::Vec3d direction =
-            harness.viewer().getCamera()->getInverseViewMatrix().getTrans() - centre();
-        direction.normalize();
-        return direction;
-    }
-    /// The window point (y down) at `pixels` from the centre's, `degrees`
-    /// counter-clockwise from the right as the viewer sees it.
-    osg::Vec2d aroundCentre(double degrees, double pixels) const
-    {
-        const double radians = osg::DegreesToRadians(degrees);
-        return harness.project(centre()) +
-               osg::Vec2d(std::cos(radians), -std::sin(radians)) * pixels;
-    }
-    /// Pixels from the centre to the view ring as drawn.
-    double viewRingPixels()
-    {
-        osg::Vec3d side = towardsEye() ^ osg::Z_AXIS;
-        side.normalize();
-        return (harness.project(centre() + side * kViewRingRadius) - harness.project(centre()))
-            .length();
-    }
     void turnViewRing(double toDegrees, int steps)
     {
         const double pixels = viewRingPixels();
@@ -289,36 +269,6 @@ double angleBetween(const osg::Quat& a, const osg::Quat& b)
 }
 
 } // namespace
-
-TEST(FrameDragger, TheHandleSetAddsAThirdChildOnlyWhenNotEmpty)
-{
-    osg::ref_ptr<FrameDragger> dragger = new FrameDragger(kNoReceiver, false);
-    dragger->setHandleSet(0x40);
-    EXPECT_EQ(dragger->handleSet(), 0) << "unknown bits are ignored";
-    dragger->setupDefaultGeometry();
-    EXPECT_EQ(dragger->getNumChildren(), 2u);
-    EXPECT_EQ(dragger->getNumDraggers(), 2u);
-    EXPECT_EQ(dragger->extraHandles(), nullptr);
-
-    dragger->setHandleSet(FrameDragger::PLANE_HANDLES | FrameDragger::VIEW_RING);
-    EXPECT_EQ(dragger->getNumChildren(), 2u) << "only at the next build";
-    dragger->showDraggers(true);
-    dragger->rebuildExtraHandles();
-    ASSERT_NE(dragger->extraHandles(), nullptr);
-    EXPECT_EQ(dragger->getNumChildren(), 3u);
-    EXPECT_EQ(dragger->extraHandles()->getNumDraggers(), 4u) << "three planes and the ring";
-    EXPECT_EQ(dragger->extraHandles()->screenHandle(), nullptr);
-    EXPECT_EQ(dragger->extraHandles()->getNodeMask(), kShownMask);
-    EXPECT_EQ(dragger->extraHandles()->viewRing()->getParentDragger(), dragger.get());
-    const osg::Vec4 xyColour =
-        shownColour(dragger->extraHandles()->planeHandle(Composite3DDragger::Z_AXIS));
-    EXPECT_EQ(xyColour, osg::Vec4(0, 0, 1, ExtraHandlesDragger::PLANE_ALPHA));
-
-    dragger->setHandleSet(0);
-    dragger->rebuildExtraHandles();
-    EXPECT_EQ(dragger->getNumChildren(), 2u);
-    EXPECT_EQ(dragger->getNumDraggers(), 2u);
-}
 
 TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnderThePointer)
 {
@@ -370,6 +320,21 @@ TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnder
     for (int axis : {0, 1})
         EXPECT_NEAR(std::remainder(moved[axis], step), 0.0, 1e-9) << axis;
     EXPECT_NEAR(moved.z(), 0.0, 1e-9);
+
+    // Aligned with a reference frame: the host moves in the plane and keeps
+    // its orientation; the dragger is reseated on the frame.
+    dragger->setTranslationSnap(0.0);
+    store.pose = osg::Matrixd();
+    const osg::Quat referenceFrame(osg::PI_2, osg::Z_AXIS);
+    dragger->setReferenceFrame(referenceFrame);
+    dragger->setIsAlignedWithReferenceFrame(true);
+    harness.frame();
+    const osg::Vec2d alignedFrom = harness.project(squareCentre(2));
+    harness.dragFromTo(alignedFrom, alignedFrom + osg::Vec2d(30, 10), 2);
+    EXPECT_NEAR(store.pose.getTrans().z(), 0.0, 1e-6);
+    EXPECT_GT(store.pose.getTrans().length(), 0.02);
+    EXPECT_TRUE(store.pose.getRotate() == osg::Quat()) << "the host keeps its orientation";
+    EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
 }
 
 TEST_F(ExtraHandlesTest, ScreenHandleKeepsTheCentreUnderThePointerInThePlaneFacingTheCamera)
@@ -443,20 +408,6 @@ TEST_F(ExtraHandlesTest, DeferredDragsReportDistanceOrAngleAndWriteOnlyAtRelease
     harness.release(aroundCentre(-50, viewRingPixels()));
     EXPECT_EQ(store.writes.size(), 3u);
     EXPECT_EQ(log.names.back(), "done");
-}
-
-TEST_F(ExtraHandlesTest, AlignedDragOnAPlaneHandleReseatsOnTheReferenceFrame)
-{
-    const osg::Quat referenceFrame(osg::PI_2, osg::Z_AXIS);
-    dragger->setReferenceFrame(referenceFrame);
-    dragger->setIsAlignedWithReferenceFrame(true);
-    harness.frame();
-    const osg::Vec2d from = harness.project(squareCentre(2));
-    harness.dragFromTo(from, from + osg::Vec2d(30, 10), 2);
-    EXPECT_NEAR(store.pose.getTrans().z(), 0.0, 1e-6);
-    EXPECT_GT(store.pose.getTrans().length(), 0.02);
-    EXPECT_TRUE(store.pose.getRotate() == osg::Quat()) << "the host keeps its orientation";
-    EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
 }
 
 TEST_F(ExtraHandlesTest, BadViewsOfAPlaneLeaveAFinitePoseInThePlane)

@@ -73,6 +73,20 @@ const double kInfinity = std::numeric_limits<double>::infinity();
 const double kRingRadius = 0.5;
 /// The eye of most scenes: the gizmo seen from the front, right and above.
 const osg::Vec3d kSceneEye(2.5, -5.0, 3.0);
+/// Every optional handle of a frame dragger.
+const int kAllExtraHandles =
+    Rk::FrameDragger::PLANE_HANDLES | Rk::FrameDragger::SCREEN_HANDLE | Rk::FrameDragger::VIEW_RING;
+const double kViewRingRadius = kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR;
+
+/// Builds the handles of `dragger` at `scale`, shows them and adds the
+/// dragger below `parent`.
+inline void showIn(osg::Group* parent, Rk::Composite3DDragger* dragger, double scale = 1.0)
+{
+    dragger->setupDefaultGeometry();
+    dragger->setScale(scale);
+    dragger->showDraggers(true);
+    parent->addChild(dragger);
+}
 
 /// A host pose at (x, y, z) turned by the Z-Y-X Euler angles given.
 inline RkCoordinateSystemTransformation makePose(double x, double y, double z, double yaw,
@@ -142,10 +156,7 @@ public:
         harness.lookAt(m_eye, osg::Vec3d(), osg::Z_AXIS);
         dragger = new Rk::FrameDragger(store.makeReceiver(), false);
         dragger->setHandleSet(m_handleSet);
-        dragger->setupDefaultGeometry();
-        dragger->setScale(1.0);
-        static_cast<Rk::Composite3DDragger*>(dragger.get())->showDraggers(true);
-        harness.root()->addChild(dragger.get());
+        showIn(harness.root(), dragger.get());
     }
 
     osgManipulator::Dragger* arrow(int axis) const
@@ -164,6 +175,52 @@ public:
     osg::Vec2d onRing(int axis, double degrees) const
     {
         return harness.project(worldOf(ring(axis), ringPoint(degrees)));
+    }
+    osg::Vec3d centre() const { return dragger->getMatrix().getTrans(); }
+    /// Builds every optional handle (`show`) or none, at once.
+    void showExtraHandles(bool show)
+    {
+        dragger->setHandleSet(show ? kAllExtraHandles : 0);
+        dragger->rebuildExtraHandles();
+    }
+    Rk::PlaneHandle* planeHandle(int normal) const
+    {
+        return dragger->extraHandles()->planeHandle(Rk::Composite3DDragger::AxisEnum(normal));
+    }
+    /// The world centre of the square of the plane handle with normal `normal`.
+    osg::Vec3d squareCentre(int normal) const
+    {
+        Rk::PlaneHandle* plane = planeHandle(normal);
+        osg::Vec3d local;
+        local[plane->firstInPlane()] = local[plane->secondInPlane()] =
+            Rk::ExtraHandlesDragger::PLANE_OFFSET;
+        return worldOf(plane, local);
+    }
+    /// The unit direction from the centre to the camera's eye.
+    osg::Vec3d towardsEye()
+    {
+        osg::Vec3d direction =
+            harness.viewer().getCamera()->getInverseViewMatrix().getTrans() - centre();
+        direction.normalize();
+        return direction;
+    }
+    /// Pixels from the centre's image to that of a point `radius` from the
+    /// centre across the line of sight, level with the XY plane.
+    double imagePixels(double radius)
+    {
+        osg::Vec3d side = towardsEye() ^ osg::Z_AXIS;
+        side.normalize();
+        return (harness.project(centre() + side * radius) - harness.project(centre())).length();
+    }
+    /// Pixels from the centre to the view ring as drawn.
+    double viewRingPixels() { return imagePixels(kViewRingRadius); }
+    /// The window point (y down) at `pixels` from the centre's, `degrees`
+    /// counter-clockwise from the right as the viewer sees it.
+    osg::Vec2d aroundCentre(double degrees, double pixels) const
+    {
+        const double radians = osg::DegreesToRadians(degrees);
+        return harness.project(centre()) +
+               osg::Vec2d(std::cos(radians), -std::sin(radians)) * pixels;
     }
     /// Looks down the dragger's Z axis, a little off it, so the Z ring follows the pointer.
     void lookDownZ()

@@ -77,25 +77,22 @@ protected:
     /// handles are far from there.
     osg::Vec2d besideXYSquare(double pixels) const
     {
-        const osg::Node* square = extraHandle(Composite3DDragger::Z_AXIS);
         const double offset = Rk::ExtraHandlesDragger::PLANE_OFFSET;
         const double edge = offset - Rk::ExtraHandlesDragger::PLANE_HALF_SIZE;
-        const osg::Vec2d at = harness.project(worldOf(square, osg::Vec3d(edge, offset, 0)));
-        osg::Vec2d out = at - harness.project(worldOf(square, osg::Vec3d(offset, offset, 0)));
+        const osg::Vec2d at = harness.project(worldOf(planeHandle(2), osg::Vec3d(edge, offset, 0)));
+        osg::Vec2d out = at - harness.project(squareCentre(2));
         out.normalize();
         return at + out * pixels;
     }
-    /// `pixels` out from the screen handle's image, halfway between the two
-    /// arrows whose images are farthest apart round the centre.
-    osg::Vec2d besideScreenHandle(double pixels) const
+    /// `pixels` from the centre's image, halfway between the two arrows whose
+    /// images are farthest apart round the centre.
+    osg::Vec2d betweenArrows(double pixels) const
     {
         const osg::Vec2d centre = harness.project(osg::Vec3d());
         double angles[3];
         for (int axis = 0; axis < 3; ++axis) {
-            osg::Vec3d tip;
-            tip[axis] = 1.0;
-            const osg::Vec2d image = harness.project(tip) - centre;
-            angles[axis] = std::atan2(image.y(), image.x());
+            const osg::Vec2d image = harness.project(kAxes[axis]) - centre;
+            angles[axis] = std::atan2(-image.y(), image.x());
         }
         std::sort(std::begin(angles), std::end(angles));
         double widest = 0.0;
@@ -107,34 +104,7 @@ protected:
                 halfway = angles[k] + widest / 2;
             }
         }
-        const double radius = imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS);
-        return centre + osg::Vec2d(std::cos(halfway), std::sin(halfway)) * (radius + pixels);
-    }
-    /// Pixels from the centre's image to that of a point `radius` from the
-    /// centre across the line of sight from `kEye`.
-    double imagePixels(double radius) const
-    {
-        osg::Vec3d side = kEye ^ osg::Z_AXIS;
-        side.normalize();
-        return (harness.project(side * radius) - harness.project(osg::Vec3d())).length();
-    }
-    double viewRingPixels() const
-    {
-        return imagePixels(kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
-    }
-    osgManipulator::Dragger* extraHandle(int axis) const
-    {
-        Rk::ExtraHandlesDragger* extra = dragger->extraHandles();
-        if (axis == Composite3DDragger::NO_AXIS)
-            return extra->screenHandle();
-        return extra->planeHandle(Composite3DDragger::AxisEnum(axis));
-    }
-    void showExtraHandles(bool show)
-    {
-        const int all =
-            FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
-        dragger->setHandleSet(show ? all : 0);
-        dragger->rebuildExtraHandles();
+        return aroundCentre(osg::RadiansToDegrees(halfway), pixels);
     }
 };
 
@@ -196,16 +166,17 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         case XY_SQUARE:
             return besideXYSquare(c.pixels);
         case SCREEN_HANDLE:
-            return besideScreenHandle(c.pixels);
+            return betweenArrows(imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS) +
+                                 c.pixels);
         case VIEW_RING:
-            return besideScreenHandle(viewRingPixels() + c.pixels -
-                                      imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS));
+            return betweenArrows(viewRingPixels() + c.pixels);
         default:
             return harness.project(
                 osg::Vec3d(std::cos(kUnturnedRadians), std::sin(kUnturnedRadians), 0) *
-                kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR);
+                kViewRingRadius);
         }
     };
+    dragger->setHoverHighlight(true);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         showExtraHandles(c.handle >= XY_SQUARE);
@@ -224,14 +195,26 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         const osg::Matrixd before = dragger->getMatrix();
         store.writes.clear();
 
+        // The pointer passing there highlights what the press then takes.
+        harness.move(at);
+        osgManipulator::Dragger* const hovered = dragger->hoveredHandle();
+        EXPECT_EQ(hovered != nullptr, c.grabs);
+        if (hovered) {
+            EXPECT_EQ(shownColour(hovered), kPickYellow);
+        }
         EXPECT_EQ(harness.press(at), c.grabs);
 
         if (c.grabs) {
+            EXPECT_EQ(dragger->hoveredHandle(), hovered);
             EXPECT_EQ(dragger->activeAxis(), axisOf[c.handle]);
             EXPECT_EQ(dragger->dragMode(), modeOf[c.handle]);
         }
         harness.drag(at + osg::Vec2d(12, 12));
         harness.release(at + osg::Vec2d(12, 12));
+        harness.move(osg::Vec2d(20, 20));
+        if (hovered) {
+            EXPECT_NE(shownColour(hovered), kPickYellow) << "its own colour back";
+        }
         EXPECT_EQ(!store.writes.empty(), c.grabs);
         EXPECT_EQ(dragger->getMatrix() != before, c.grabs);
         dragger->setMatrix(before);
@@ -290,58 +273,22 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     store.pose = osg::Matrixd();
     dragger->setMatrix(store.pose);
 
-    struct Clearing
-    {
-        const char* name;
-        void (*clear)(FrameDragger&);
-        void (*restore)(FrameDragger&);
+    const std::pair<const char*, void (*)(FrameDragger&, bool)> clearings[] = {
+        {"disabled", [](FrameDragger& d, bool on) { d.setDraggingEnabled(on); }},
+        {"hidden", [](FrameDragger& d, bool on) { d.showDraggers(on); }},
+        {"option off", [](FrameDragger& d, bool on) { d.setHoverHighlight(on); }},
     };
-    const Clearing clearings[] = {
-        {"disabled", [](FrameDragger& d) { d.setDraggingEnabled(false); },
-         [](FrameDragger& d) { d.setDraggingEnabled(true); }},
-        {"hidden", [](FrameDragger& d) { d.showDraggers(false); },
-         [](FrameDragger& d) { d.showDraggers(true); }},
-        {"option off", [](FrameDragger& d) { d.setHoverHighlight(false); },
-         [](FrameDragger& d) { d.setHoverHighlight(true); }},
-    };
-    for (const Clearing& c : clearings) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, set] : clearings) {
+        SCOPED_TRACE(name);
         harness.move(onXArrow);
         ASSERT_EQ(dragger->hoveredHandle(), arrow(0));
-        c.clear(*dragger);
+        set(*dragger, false);
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         EXPECT_EQ(shownColour(arrow(0)), kRed);
         harness.move(onXArrow + osg::Vec2d(1, 0));
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
-        c.restore(*dragger);
+        set(*dragger, true);
     }
-
-    // The optional handles are highlighted like the others.
-    showExtraHandles(true);
-    osg::Vec3d side = kEye ^ osg::Z_AXIS;
-    side.normalize();
-    osgManipulator::Dragger* xySquare = extraHandle(Composite3DDragger::Z_AXIS);
-    const struct
-    {
-        const char* name;
-        osg::Vec3d world;
-        osgManipulator::Dragger* hovered;
-    } extras[] = {
-        {"on the XY square", worldOf(xySquare, osg::Vec3d(0.3, 0.3, 0)), xySquare},
-        {"on the screen handle", osg::Vec3d(), extraHandle(Composite3DDragger::NO_AXIS)},
-        {"on the view ring", side * kRingRadius * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR,
-         dragger->extraHandles()->viewRing()},
-    };
-    for (const auto& e : extras) {
-        SCOPED_TRACE(e.name);
-        harness.move(harness.project(e.world));
-        EXPECT_EQ(dragger->hoveredHandle(), e.hovered);
-        EXPECT_EQ(shownColour(e.hovered), kPickYellow);
-    }
-    harness.move(osg::Vec2d(20, 20));
-    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
-    EXPECT_EQ(shownColour(xySquare), osg::Vec4(0, 0, 1, Rk::ExtraHandlesDragger::PLANE_ALPHA));
-    showExtraHandles(false);
 }
 
 TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
@@ -407,10 +354,7 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
     showExtraHandles(true);
     dragger->setPickTolerance(kTolerance);
     harness.lookAt(osg::Vec3d(0.02, 0.01, 0.03), osg::Vec3d(1, 1, 0), osg::Z_AXIS);
-    const double width = ViewerHarness::WIDTH;
-    const double height = ViewerHarness::HEIGHT;
-    for (const osg::Vec2d& at : {osg::Vec2d(width / 2, height / 2), osg::Vec2d(10, 10),
-                                 osg::Vec2d(width / 3, height * 0.6)}) {
+    for (const osg::Vec2d& at : {osg::Vec2d(400, 300), osg::Vec2d(10, 10), osg::Vec2d(267, 360)}) {
         harness.move(at);
         harness.press(at);
         harness.drag(at + osg::Vec2d(15, 15));

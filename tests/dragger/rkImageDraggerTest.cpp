@@ -105,7 +105,7 @@ const osg::Geode* quadOf(const RkImageDragger& dragger)
 
 } // namespace
 
-TEST(ImageDragger, QuadCarriesMaskAndTheImageStateSitsOnTheDragger)
+TEST(ImageDragger, QuadCarriesMaskImageStateSitsOnTheDraggerTransformedNodeScalesThenMoves)
 {
     ImageFiles files;
     osg::ref_ptr<RkImageDragger> dragger =
@@ -130,6 +130,21 @@ TEST(ImageDragger, QuadCarriesMaskAndTheImageStateSitsOnTheDragger)
     EXPECT_EQ(texture->getImage(), dragger->getImage());
     EXPECT_FALSE(texture->getResizeNonPowerOfTwoHint());
     EXPECT_EQ(texture->getWrap(osg::Texture::WRAP_S), osg::Texture::CLAMP_TO_BORDER);
+
+    // The transformed node scales the unit quad by the display size, then moves it.
+    dragger = new RkImageDragger(nullptr, "", 10.0, 20.0, 100.0);
+    osg::ref_ptr<osg::MatrixTransform> placed = dragger->getTransformedNode();
+    EXPECT_EQ(dragger->getNumChildren(), 1u);
+    ASSERT_EQ(placed->getNumChildren(), 1u);
+    EXPECT_EQ(placed->getChild(0), dragger.get());
+    const osg::Matrixd& placement = placed->getMatrix();
+    EXPECT_EQ(osg::Vec3d(0.0, 0.0, 0.0) * placement, osg::Vec3d(9.0, 20.0, -1.0));
+    EXPECT_EQ(osg::Vec3d(1.0, 1.0, 0.0) * placement, osg::Vec3d(109.0, 120.0, -1.0));
+
+    osg::ref_ptr<osg::MatrixTransform> again = dragger->getTransformedNode();
+    EXPECT_NE(again, placed);
+    EXPECT_EQ(dragger->getNumParents(), 2u);
+    EXPECT_EQ(dragger->getNumChildren(), 1u);
 }
 
 TEST(ImageDragger, MissingOrDamagedFilesGiveAPlainQuadThatIgnoresRegions)
@@ -153,23 +168,6 @@ TEST(ImageDragger, MissingOrDamagedFilesGiveAPlainQuadThatIgnoresRegions)
         dragger->addRegion({0, 1, 2}, [] {});
         EXPECT_TRUE(dragger->getRegions().empty());
     }
-}
-
-TEST(ImageDragger, TransformedNodeScalesThenMovesTheQuadAndAddsAParentEachCall)
-{
-    osg::ref_ptr<RkImageDragger> dragger = new RkImageDragger(nullptr, "", 10.0, 20.0, 100.0);
-    osg::ref_ptr<osg::MatrixTransform> placed = dragger->getTransformedNode();
-    EXPECT_EQ(dragger->getNumChildren(), 1u);
-    ASSERT_EQ(placed->getNumChildren(), 1u);
-    EXPECT_EQ(placed->getChild(0), dragger.get());
-    const osg::Matrixd& placement = placed->getMatrix();
-    EXPECT_EQ(osg::Vec3d(0.0, 0.0, 0.0) * placement, osg::Vec3d(9.0, 20.0, -1.0));
-    EXPECT_EQ(osg::Vec3d(1.0, 1.0, 0.0) * placement, osg::Vec3d(109.0, 120.0, -1.0));
-
-    osg::ref_ptr<osg::MatrixTransform> again = dragger->getTransformedNode();
-    EXPECT_NE(again, placed);
-    EXPECT_EQ(dragger->getNumParents(), 2u);
-    EXPECT_EQ(dragger->getNumChildren(), 1u);
 }
 
 // Each row adds one region to a fresh dragger on an image of the given size
@@ -333,10 +331,12 @@ TEST_F(ImageDraggerInViewer, WithoutImageEveryPressPrintsAndMisses)
 
 } // namespace
 
-TEST_F(ImageDraggerInViewer, HeldPressRepeatsTheRegionFromOneIntervalOnUntilRelease)
+TEST_F(ImageDraggerInViewer, HeldPressRepeatsFromOneIntervalOnUntilReleaseAndFollowsEveryPress)
 {
     place(files.png("panel.png", 10, 10));
-    dragger->addRegion({34}, log.recorder('A'));
+    dragger->addRegion({34}, log.recorder('C'));
+    dragger->addRegion({11}, log.recorder('A'));
+    dragger->addRegion({88}, log.recorder('B'));
     // A release before the first tick calls nothing.
     EXPECT_TRUE(harness.press(cell(3, 4)));
     EXPECT_TRUE(harness.release(cell(3, 4)));
@@ -356,6 +356,33 @@ TEST_F(ImageDraggerInViewer, HeldPressRepeatsTheRegionFromOneIntervalOnUntilRele
     QTest::qWait(4 * INTERVAL);
     EXPECT_EQ(log.calls, callsAtRelease);
     EXPECT_FALSE(dragger->isRepeating());
+
+    // A press on another region retargets the calls, dragging off keeps them
+    // going, destruction stops them.
+    log.calls.clear();
+    EXPECT_TRUE(harness.press(cell(1, 1)));
+    ASSERT_TRUE(waitForCalls(1));
+    EXPECT_FALSE(harness.drag(cell(5, 5)));
+    EXPECT_FALSE(harness.press(cell(5, 5)));
+    const std::size_t before = log.calls.size();
+    ASSERT_TRUE(waitForCalls(before + 1));
+    EXPECT_TRUE(dragger->isRepeating());
+
+    EXPECT_TRUE(harness.press(cell(8, 8)));
+    const std::size_t switched = log.calls.size();
+    ASSERT_TRUE(waitForCalls(switched + 2));
+
+    // Destroyed while repeating, the dragger calls nothing more.
+    harness.root()->removeChild(placed.get());
+    placed = nullptr;
+    dragger = nullptr;
+    const std::string callsAtDestruction = log.calls;
+    QTest::qWait(4 * INTERVAL);
+    EXPECT_EQ(log.calls, callsAtDestruction);
+
+    EXPECT_EQ(log.calls.find('B'), switched) << log.calls;
+    EXPECT_EQ(log.calls.find_first_not_of('A'), switched);
+    EXPECT_EQ(log.calls.find_first_not_of('B', switched), std::string::npos);
 }
 
 TEST_F(ImageDraggerInViewer, EveryPressOnTheQuadPrintsItsPointAndFreeCellsMiss)
@@ -387,37 +414,6 @@ TEST_F(ImageDraggerInViewer, EveryPressOnTheQuadPrintsItsPointAndFreeCellsMiss)
     EXPECT_EQ(print.text.str(), "");
 }
 
-TEST_F(ImageDraggerInViewer, PressOnAnotherRegionRetargetsDraggingOffKeepsCallingDestructionStops)
-{
-    place(files.png("panel.png", 10, 10));
-    dragger->addRegion({11}, log.recorder('A'));
-    dragger->addRegion({88}, log.recorder('B'));
-
-    EXPECT_TRUE(harness.press(cell(1, 1)));
-    ASSERT_TRUE(waitForCalls(1));
-    EXPECT_FALSE(harness.drag(cell(5, 5)));
-    EXPECT_FALSE(harness.press(cell(5, 5)));
-    const std::size_t before = log.calls.size();
-    ASSERT_TRUE(waitForCalls(before + 1));
-    EXPECT_TRUE(dragger->isRepeating());
-
-    EXPECT_TRUE(harness.press(cell(8, 8)));
-    const std::size_t switched = log.calls.size();
-    ASSERT_TRUE(waitForCalls(switched + 2));
-
-    // Destroyed while repeating, the dragger calls nothing more.
-    harness.root()->removeChild(placed.get());
-    placed = nullptr;
-    dragger = nullptr;
-    const std::string callsAtDestruction = log.calls;
-    QTest::qWait(4 * INTERVAL);
-    EXPECT_EQ(log.calls, callsAtDestruction);
-
-    EXPECT_EQ(log.calls.find('B'), switched) << log.calls;
-    EXPECT_EQ(log.calls.find_first_not_of('A'), switched);
-    EXPECT_EQ(log.calls.find_first_not_of('B', switched), std::string::npos);
-}
-
 TEST_F(ImageDraggerInViewer, RegionWithAnEmptyFunctionClaimsItsCellAndCallsNothing)
 {
     place(files.png("panel.png", 10, 10));
@@ -428,19 +424,6 @@ TEST_F(ImageDraggerInViewer, RegionWithAnEmptyFunctionClaimsItsCellAndCallsNothi
     EXPECT_TRUE(dragger->isRepeating());
     EXPECT_TRUE(harness.release(cell(0, 0)));
     EXPECT_EQ(log.calls, "");
-}
-
-TEST(ImageDraggerCallback, MetaObjectOffersExactlyTheCallbackSlot)
-{
-    RkImageDraggerCallback callback;
-    const QMetaObject* meta = callback.metaObject();
-    EXPECT_STREQ(meta->className(), "RkImageDraggerCallback");
-    EXPECT_EQ(meta->superClass(), &QObject::staticMetaObject);
-    ASSERT_EQ(meta->methodCount() - meta->methodOffset(), 1);
-    const QMetaMethod slot = meta->method(meta->methodOffset());
-    EXPECT_EQ(slot.methodSignature(), QByteArray("callback()"));
-    EXPECT_EQ(slot.methodType(), QMetaMethod::Slot);
-    EXPECT_EQ(callback.qt_metacast("RkImageDraggerCallback"), static_cast<void*>(&callback));
 }
 
 TEST(ImageDraggerCallback, SlotCallsTheAimedFunctionAndNothingWhenAimedAtNothing)
@@ -460,6 +443,16 @@ TEST(ImageDraggerCallback, SlotCallsTheAimedFunctionAndNothingWhenAimedAtNothing
     EXPECT_EQ(second, 1);
     callback.setFunction(&empty);
     EXPECT_NO_THROW(callback.callback());
+
+    // Its meta-object offers exactly that one slot.
+    const QMetaObject* meta = callback.metaObject();
+    EXPECT_STREQ(meta->className(), "RkImageDraggerCallback");
+    EXPECT_EQ(meta->superClass(), &QObject::staticMetaObject);
+    ASSERT_EQ(meta->methodCount() - meta->methodOffset(), 1);
+    const QMetaMethod slot = meta->method(meta->methodOffset());
+    EXPECT_EQ(slot.methodSignature(), QByteArray("callback()"));
+    EXPECT_EQ(slot.methodType(), QMetaMethod::Slot);
+    EXPECT_EQ(callback.qt_metacast("RkImageDraggerCallback"), static_cast<void*>(&callback));
 }
 
 // Each row projects one near point through a projector on a widget of the
@@ -513,16 +506,14 @@ TEST(ImageProjector, ProjectsTheNearPointAndDegenerateInputGivesNoPoint)
         EXPECT_EQ(projector->project(pointerAt(c.nearPoint), point), c.expected != kUntouched);
         expectNear(point, c.expected);
     }
-}
 
-TEST(ImageProjector, ReadsTheWidgetSizeAtEachProjection)
-{
-    QWidget view;
-    view.resize(800, 600);
-    osg::ref_ptr<RkImageProjector> projector = new RkImageProjector(&view, 0.0, 0.0, 100.0);
+    // The widget's size is read at each projection.
+    QWidget widget;
+    widget.resize(800, 600);
+    osg::ref_ptr<RkImageProjector> projector = new RkImageProjector(&widget, 0.0, 0.0, 100.0);
     osg::Vec3d point;
     ASSERT_TRUE(projector->project(pointerAt(osg::Vec3d(4.0, 3.0, 0.0)), point));
-    view.resize(400, 300);
+    widget.resize(400, 300);
     ASSERT_TRUE(projector->project(pointerAt(osg::Vec3d(4.0, 3.0, 0.0)), point));
     expectNear(point, osg::Vec3d(1.0, 298.0, 29801.0));
 }

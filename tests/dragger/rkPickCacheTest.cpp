@@ -3,6 +3,7 @@
 // of several draggers, and one event costs one pick per view and mask.
 #include "rkPickCache.h"
 #include "rkFrameDragger.h"
+#include "rkGizmoTestHelpers.h"
 
 #include <gtest/gtest.h>
 #include <osg/Callback>
@@ -98,10 +99,7 @@ struct Scene
             new Rk::DraggerReceiver([&pose] { return pose; },
                                     [&pose](const osg::Matrixd& matrix) { pose = matrix; }),
             false);
-        dragger->setupDefaultGeometry();
-        dragger->setScale(1.0);
-        static_cast<Rk::Composite3DDragger*>(dragger.get())->showDraggers(true);
-        root->addChild(dragger.get());
+        RkTest::showIn(root.get(), dragger.get());
         draggers.push_back(dragger);
     }
 

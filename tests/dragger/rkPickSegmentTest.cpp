@@ -91,9 +91,7 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
                       osg::Matrixd::translate(0.2, -0.1, 0.3));
     turned->setScale(0.6);
     // The optional handles: squares, the ball and the camera-facing view ring.
-    const int allHandles =
-        FrameDragger::PLANE_HANDLES | FrameDragger::SCREEN_HANDLE | FrameDragger::VIEW_RING;
-    osg::ref_ptr<FrameDragger> fullTurned = shownFrameDragger(false, allHandles);
+    osg::ref_ptr<FrameDragger> fullTurned = shownFrameDragger(false, RkTest::kAllExtraHandles);
     fullTurned->setMatrix(turned->getMatrix());
     fullTurned->setScale(0.6);
     osg::ref_ptr<Rk::RotateDragger> rotate = new Rk::RotateDragger(nullptr, false);
@@ -103,7 +101,7 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
     const std::pair<const char*, osg::ref_ptr<osg::Node>> rows[] = {
         {"frame dragger at the origin", shownFrameDragger(false)},
         {"frame dragger turned, moved and scaled", turned},
-        {"every optional handle", shownFrameDragger(false, allHandles)},
+        {"every optional handle", shownFrameDragger(false, RkTest::kAllExtraHandles)},
         {"every optional handle, turned, moved and scaled", fullTurned},
         {"rings under the screen-scaling chain", shownFrameDragger(true)},
         {"standalone rotate dragger, scaled", rotate}};

@@ -39,10 +39,7 @@ struct Scene
         // Held here too: a maker that leaves the receiver out must not leak it.
         receiver = store.makeReceiver();
         dragger = make(receiver.get());
-        dragger->setupDefaultGeometry();
-        dragger->setScale(1.0);
-        dragger->showDraggers(true);
-        harness.root()->addChild(dragger.get());
+        showIn(harness.root(), dragger.get());
         history = std::make_unique<PoseHistory>(dragger.get(), stack.get());
     }
 

@@ -11,12 +11,10 @@ using namespace RkTest;
 
 namespace {
 
-const osg::Vec3d kEye(2.5, -5.0, 3.0);
-
 class TranslateDraggerTest : public ::testing::Test
 {
 protected:
-    TranslateDraggerTest() : harness(kEye)
+    TranslateDraggerTest() : harness(kSceneEye)
     {
         dragger = new TranslateDragger(store.makeReceiver());
         dragger->setupDefaultGeometry();
@@ -171,7 +169,7 @@ TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChangeAndTheChildSearchPr
 
 TEST(Translate1DDragger, KeptPickColourStaysAfterTheRelease)
 {
-    ViewerHarness harness(kEye);
+    ViewerHarness harness(kSceneEye);
     // A composite without receiver (it stays where the drag leaves it) with
     // one arrow along X that keeps its pick colour.
     osg::ref_ptr<Composite3DDragger> dragger =

@@ -34,22 +34,23 @@ void ViewerHarness::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, cons
     m_viewer->getCamera()->setViewMatrixAsLookAt(eye, center, up);
 }
 
-osg::Vec2d ViewerHarness::project(const osg::Vec3d& world) const
+osg::Matrixd ViewerHarness::toWindow() const
 {
     const osg::Camera* camera = m_viewer->getCamera();
-    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
-                                  camera->getViewport()->computeWindowMatrix();
-    const osg::Vec3d window = world * toWindow;
+    return camera->getViewMatrix() * camera->getProjectionMatrix() *
+           camera->getViewport()->computeWindowMatrix();
+}
+
+osg::Vec2d ViewerHarness::project(const osg::Vec3d& world) const
+{
+    const osg::Vec3d window = world * toWindow();
     return osg::Vec2d(window.x(), windowRowFlip(window.y()));
 }
 
 osg::Vec3d ViewerHarness::unproject(const osg::Vec2d& window, const osg::Vec3d& onPlane,
                                     const osg::Vec3d& normal) const
 {
-    const osg::Camera* camera = m_viewer->getCamera();
-    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
-                                  camera->getViewport()->computeWindowMatrix();
-    const osg::Matrixd fromWindow = osg::Matrixd::inverse(toWindow);
+    const osg::Matrixd fromWindow = osg::Matrixd::inverse(toWindow());
     const double y = windowRowFlip(window.y());
     const osg::Vec3d nearPoint = osg::Vec3d(window.x(), y, 0.0) * fromWindow;
     const osg::Vec3d farPoint = osg::Vec3d(window.x(), y, 1.0) * fromWindow;
@@ -83,7 +84,7 @@ bool ViewerHarness::release(const osg::Vec2d& at, int button)
 
 bool ViewerHarness::move(const osg::Vec2d& at)
 {
-    return traverse(m_window->getEventQueue()->mouseMotion(at.x(), at.y()));
+    return drag(at); // the queue tells a move from a drag by the buttons held
 }
 
 bool ViewerHarness::keyDown(int key)

@@ -54,6 +54,8 @@ public:
     void dragFromTo(const osg::Vec2d& from, const osg::Vec2d& to, int steps = 4);
 
 private:
+    /// World to window (y up) through the camera's view, projection and viewport.
+    osg::Matrixd toWindow() const;
     bool traverse(osgGA::GUIEventAdapter* event);
 
     osg::ref_ptr<osgViewer::Viewer> m_viewer;
