@@ -125,8 +125,9 @@ TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDia
             kHoverWaitMs));
         // The README's picture: the highlighted arrow, the extra handles, both views.
         const QString picture = qEnvironmentVariable("RKDRAGGER_DEMO_PICTURE");
-        if (view == window->view() && !picture.isEmpty())
+        if (view == window->view() && !picture.isEmpty()) {
             EXPECT_TRUE(window->grab().save(picture, "PNG"));
+        }
         dragThrough(view, steps(grab, osg::Vec3d(kDragDistance, 0, 0)));
 
         const osg::Vec3d moved = hostPosition() - start;

@@ -42,12 +42,10 @@ TEST_F(DragRefinementTest, MotionSinceThePressSnapsToTheStep)
     struct Case
     {
         const char* name;
-        double translationStep;
-        double rotationStep;
+        double translationStep, rotationStep;
         double badStep; // given after the good ones: must be ignored
         int heldAtPress;
-        bool ring;
-        bool deferred;
+        bool ring, deferred;
         double to; // arrow distance or ring degrees from the press
         double expected;
     };
@@ -160,8 +158,7 @@ TEST_F(DragRefinementTest, CancelPutsThePressPoseBackAndEndsTheDrag)
     struct Case
     {
         const char* name;
-        bool deferred;
-        bool byKey;
+        bool deferred, byKey;
         int activationKey;
     };
     const Case cases[] = {

@@ -17,6 +17,8 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include <memory>
 
 using RkTest::makePose;
@@ -25,15 +27,10 @@ namespace {
 
 // Single-precision products in the dragger's pose path.
 const double kFloatTolerance = 1e-5;
+// Quaternions this close are one turn up to single-precision rounding.
+const double kTurnTolerance = std::sqrt(2.0 * kFloatTolerance);
 // Node mask of a shown dragger (a copy: gtest takes its arguments by reference).
 const osg::Node::NodeMask kShownMask = Rk::Composite3DDragger::DRAGGER_MASK;
-
-// Same rotation up to single-precision rounding (q and -q are the same turn).
-bool sameRotation(const osg::Quat& a, const osg::Quat& b)
-{
-    const double closeness = std::abs(a.asVec4() * b.asVec4());
-    return closeness > 1.0 - kFloatTolerance;
-}
 
 // A GUI plug-in that records every write of its end-effector pose.
 class RecordingPlugin : public Rk::PluginGUI
@@ -385,7 +382,8 @@ TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick
     EXPECT_FALSE(connectButton->isEnabled());
     EXPECT_TRUE(dragger->isAlignedWithReferenceFrame());
     harness.frame(); // the handles now show the system axes
-    EXPECT_TRUE(sameRotation(dragger->getMatrix().getRotate(), osg::Quat()));
+    EXPECT_TRUE(
+        RkTest::sameRotation(dragger->getMatrix().getRotate(), osg::Quat(), kTurnTolerance));
 
     QTest::mouseClick(widget<QRadioButton>("radioButtonCustom"), Qt::LeftButton);
     EXPECT_TRUE(connectButton->isEnabled());
@@ -410,16 +408,17 @@ TEST_F(DraggerDlgSceneTest, CustomFrameIsTurnedWithoutTheHostAndConnectedOnClick
     EXPECT_TRUE(plugin.poseWrites.empty());
 
     QTest::mouseClick(connectButton, Qt::LeftButton);
-    EXPECT_TRUE(sameRotation(dragger->referenceFrame(), turn));
+    EXPECT_TRUE(RkTest::sameRotation(dragger->referenceFrame(), turn, kTurnTolerance));
     EXPECT_TRUE(dragger->isAlignedWithReferenceFrame());
     EXPECT_TRUE(dragger->receiverUpdate());
     EXPECT_FALSE(dragger->receiverFollow());
     dragger->setReceiverFollow(true); // the host resumes the follow
     harness.frame();                  // aligned with the connected frame: nothing to follow
-    EXPECT_TRUE(sameRotation(dragger->getMatrix().getRotate(), turn));
+    EXPECT_TRUE(RkTest::sameRotation(dragger->getMatrix().getRotate(), turn, kTurnTolerance));
     dragger->setReceiverMatrix(); // an unturned dragger writes the host's own rotation
     ASSERT_EQ(plugin.poseWrites.size(), 1u);
-    EXPECT_TRUE(sameRotation(plugin.poseWrites.back().getRotate(), hostRotation));
+    EXPECT_TRUE(
+        RkTest::sameRotation(plugin.poseWrites.back().getRotate(), hostRotation, kTurnTolerance));
 
     QTest::mouseClick(widget<QRadioButton>("radioButtonSystem"), Qt::LeftButton);
     EXPECT_FALSE(connectButton->isEnabled());

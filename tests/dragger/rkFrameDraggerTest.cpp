@@ -415,11 +415,9 @@ TEST_F(ExtraHandlesTest, BadViewsOfAPlaneLeaveAFinitePoseInThePlane)
     struct Row
     {
         const char* name;
-        osg::Vec3d eye;
-        osg::Vec3d lookingAt;
+        osg::Vec3d eye, lookingAt;
         osg::Vec2d dragBy;
-        bool planeTaken;
-        bool moves;
+        bool planeTaken, moves;
     };
     const Row rows[] = {
         {"XY plane edge-on", {0, -5, 0}, {}, {0, -100}, false, false},

@@ -59,6 +59,13 @@ inline bool closeTo(const osg::Vec3d& a, const osg::Vec3d& b, double tolerance)
     return (a - b).length() <= tolerance;
 }
 
+/// The same turn within `tolerance` of the quaternions (q and -q are one turn).
+inline bool sameRotation(const osg::Quat& a, const osg::Quat& b, double tolerance)
+{
+    const double sign = a.asVec4() * b.asVec4() < 0.0 ? -1.0 : 1.0;
+    return (a.asVec4() - b.asVec4() * sign).length() <= tolerance;
+}
+
 const osg::Vec4 kRed(1.0f, 0.0f, 0.0f, 1.0f);
 const osg::Vec4 kGreen(0.0f, 1.0f, 0.0f, 1.0f);
 const osg::Vec4 kBlue(0.0f, 0.0f, 1.0f, 1.0f);

@@ -125,10 +125,8 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
     {
         const char* name;
         Handle handle;
-        double pixels;
-        double tolerance;
-        bool blocker;
-        bool grabs;
+        double pixels, tolerance;
+        bool blocker, grabs;
     };
     // Pixels are counted from the middle of the 3 px line.
     const Case cases[] = {

@@ -112,6 +112,13 @@ struct Scene
         return event->getHandled();
     }
     osgGA::EventQueue& queue(int view) { return *windows[view]->getEventQueue(); }
+    /// A handler before the draggers from `index` on, acting at every other press.
+    void atEveryOtherPress(unsigned int index, std::function<void(osgGA::GUIEventAdapter&)> act)
+    {
+        osg::ref_ptr<osg::Group> handler = new osg::Group;
+        handler->setEventCallback(new AtEveryOtherPress(std::move(act)));
+        root->insertChild(index, handler.get());
+    }
 };
 
 void nothing(Scene&) {}
@@ -119,8 +126,7 @@ void nothing(Scene&) {}
 struct Arrangement
 {
     const char* name;
-    int views;
-    int draggers;
+    int views, draggers;
     // Picks one press may compute with sharing (one per view and mask).
     unsigned picksPerPress;
     std::function<void(Scene&)> arrange = nothing;
@@ -145,19 +151,13 @@ const Arrangement kArrangements[] = {
      [](Scene& scene) { scene.draggers[2]->setIntersectionMask(0xffffffff); }},
     {"press handled before the draggers", 1, 3, 1,
      [](Scene& scene) {
-         osg::ref_ptr<osg::Group> taker = new osg::Group;
-         taker->setEventCallback(
-             new AtEveryOtherPress([](osgGA::GUIEventAdapter& press) { press.setHandled(true); }));
-         scene.root->insertChild(0, taker.get());
+         scene.atEveryOtherPress(0, [](osgGA::GUIEventAdapter& press) { press.setHandled(true); });
      }},
     {"hidden by another handler during the press", 1, 3, 2,
      [](Scene& scene) {
-         osg::ref_ptr<osg::Group> hider = new osg::Group;
-         hider->setEventCallback(
-             new AtEveryOtherPress([hidden = scene.draggers[2].get()](osgGA::GUIEventAdapter&) {
-                 hidden->showDraggers(false);
-             }));
-         scene.root->insertChild(1, hider.get());
+         scene.atEveryOtherPress(1, [hidden = scene.draggers[2].get()](osgGA::GUIEventAdapter&) {
+             hidden->showDraggers(false);
+         });
      },
      [](Scene& scene, int) {
          static_cast<Rk::Composite3DDragger*>(scene.draggers[2].get())->showDraggers(true);

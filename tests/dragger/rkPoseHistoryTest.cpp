@@ -109,8 +109,7 @@ double amountIn(const QString& text)
 bool samePose(const osg::Matrixd& a, const osg::Matrixd& b)
 {
     return closeTo(a.getTrans(), b.getTrans(), 1e-9) &&
-           closeTo(osg::Vec3d(1, 2, 3) * osg::Matrixd(a.getRotate()),
-                   osg::Vec3d(1, 2, 3) * osg::Matrixd(b.getRotate()), 1e-9);
+           sameRotation(a.getRotate(), b.getRotate(), 1e-9);
 }
 
 } // namespace
@@ -175,8 +174,7 @@ TEST(PoseHistory, EveryDraggerAndHandleRecordsOneStepPerDragInTheUsersWords)
         bool deferred;
         std::function<void(Scene&)> drag;
         const char* words;
-        double amount;
-        double tolerance;
+        double amount, tolerance;
     };
     const Row rows[] = {
         {"frame X arrow, live", frame, false, [](Scene& s) { s.dragArrow(0, 0.7, 1.1); },

@@ -245,14 +245,11 @@ TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
     struct Case
     {
         const char* name;
-        double scale;
-        double elevation;
+        double scale, elevation;
         float pickTube;
         /// The window points of the press and the drags.
         std::function<std::vector<osg::Vec2d>(RingScene&)> path;
-        double finalDegrees;
-        double finalTolerance;
-        double mostPerEvent;
+        double finalDegrees, finalTolerance, mostPerEvent;
     };
     auto arc = [](RingScene& scene, double from, double to, int events) {
         std::vector<osg::Vec2d> points;
