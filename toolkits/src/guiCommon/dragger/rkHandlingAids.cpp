@@ -152,9 +152,9 @@ osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter&
     if (!projection.valid || !insideEventRange(event) ||
         !m_shapes.nearOwner(projection, m_pickTolerance))
         return nullptr;
-    const auto* first = PickCache::firstHit(view, event, m_owner.getIntersectionMask());
-    if (first && PickCache::pathContains(first->nodePath, &m_owner))
-        return m_shapes.handleIn(first->nodePath);
+    const auto* front = PickCache::frontHitOf(&m_owner, view, event, m_owner.getIntersectionMask());
+    if (front)
+        return m_shapes.handleIn(front->nodePath);
     return nearbyHandle(event, view, projection).handle;
 }
 

@@ -81,13 +81,16 @@ bool PickCache::EventKey::matches(const osgGA::GUIEventAdapter& other) const
 }
 
 bool PickCache::Entry::matches(osgViewer::View& otherView, const osg::Camera* otherCamera,
-                               osg::Node::NodeMask otherMask, bool frontOnly) const
+                               osg::Node::NodeMask otherMask, bool frontOnly,
+                               const osg::Node* owner) const
 {
     return mask == otherMask && view.get() == &otherView && view.valid() &&
            camera.get() == otherCamera && camera.valid() && otherCamera &&
            sameBits(viewMatrix, otherCamera->getViewMatrix()) &&
            sameBits(projectionMatrix, otherCamera->getProjectionMatrix()) &&
-           sameViewport(otherCamera->getViewport(), viewport) && pathsIntact(frontOnly);
+           sameViewport(otherCamera->getViewport(), viewport) &&
+           ((owner && !std::binary_search(sortedNodes.begin(), sortedNodes.end(), owner)) ||
+            pathsIntact(frontOnly));
 }
 
 namespace {
@@ -204,11 +207,15 @@ void PickCache::observePaths(Entry& entry)
                 {path[index], index > 0 ? indexOfParent(path[index], path[index - 1]) : 0u});
         before = &path;
     }
+    for (const PathNode& node : entry.pathNodes)
+        entry.sortedNodes.push_back(node.node.get());
+    std::sort(entry.sortedNodes.begin(), entry.sortedNodes.end());
 }
 
 const PickCache::Entry& PickCache::lookUp(osgViewer::View& view,
                                           const osgGA::GUIEventAdapter& event,
-                                          osg::Node::NodeMask mask, bool frontOnly)
+                                          osg::Node::NodeMask mask, bool frontOnly,
+                                          const osg::Node* owner)
 {
     State& cache = state();
     if (cache.sharingDisabled || !cache.event.matches(event)) {
@@ -218,7 +225,7 @@ const PickCache::Entry& PickCache::lookUp(osgViewer::View& view,
     }
     const Located located = locate(cache, view, event);
     for (auto entry = cache.entries.begin(); entry != cache.entries.end(); ++entry) {
-        if (entry->matches(view, located.camera, mask, frontOnly))
+        if (entry->matches(view, located.camera, mask, frontOnly, owner))
             return *entry;
         // Same key but stale paths: drop it, a new pick takes its place.
         if (entry->view.get() == &view && entry->camera.get() == located.camera &&
@@ -244,12 +251,21 @@ PickCache::firstHit(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
     return found.empty() ? nullptr : &*found.begin();
 }
 
+const osgUtil::LineSegmentIntersector::Intersection*
+PickCache::frontHitOf(const osg::Node* owner, osgViewer::View& view,
+                      const osgGA::GUIEventAdapter& event, osg::Node::NodeMask mask)
+{
+    const Hits& found = lookUp(view, event, mask, true, owner).hits();
+    if (found.empty() || !pathContains(found.begin()->nodePath, owner))
+        return nullptr;
+    return &*found.begin();
+}
+
 const PickCache::Hits* PickCache::hitsTakenBy(const osg::Node* taker, osgViewer::View& view,
                                               const osgGA::GUIEventAdapter& event,
                                               osg::Node::NodeMask mask)
 {
-    const auto* front = firstHit(view, event, mask);
-    if (!front || !pathContains(front->nodePath, taker))
+    if (!frontHitOf(taker, view, event, mask))
         return nullptr;
     // A stale path behind the front one gives a new pick: its front hit is
     // looked at again.

@@ -70,6 +70,15 @@ public:
     static const osgUtil::LineSegmentIntersector::Intersection*
     firstHit(osgViewer::View& view, const osgGA::GUIEventAdapter& event, osg::Node::NodeMask mask);
 
+    /// The front hit under the pointer when `owner` lies on its path, else
+    /// null: whether a press or a hover there is the owner's. An owner on no
+    /// kept path at all is answered without checking any path (removing,
+    /// hiding or destroying nodes only takes hits away, so a new pick could
+    /// not put it in front either); otherwise as `firstHit`.
+    static const osgUtil::LineSegmentIntersector::Intersection*
+    frontHitOf(const osg::Node* owner, osgViewer::View& view, const osgGA::GUIEventAdapter& event,
+               osg::Node::NodeMask mask);
+
     /// The hits under the pointer when `taker` lies on the front hit's path,
     /// else null: what a dragger deciding whether a press is its own needs.
     /// A caller that does not take the hits pays for the front path's check
@@ -141,18 +150,21 @@ private:
         Hits unsharedHits;
         /// One per node of every hit's path, in path order.
         std::vector<PathNode> pathNodes;
+        /// The same nodes' addresses, sorted, to tell an owner on no path.
+        std::vector<const osg::Node*> sortedNodes;
 
         const Hits& hits() const;
 
         bool matches(osgViewer::View& view, const osg::Camera* camera, osg::Node::NodeMask mask,
-                     bool frontOnly) const;
+                     bool frontOnly, const osg::Node* owner) const;
         bool pathsIntact(bool frontOnly) const;
     };
 
     struct State;
     static State& state();
     static const Entry& lookUp(osgViewer::View& view, const osgGA::GUIEventAdapter& event,
-                               osg::Node::NodeMask mask, bool frontOnly);
+                               osg::Node::NodeMask mask, bool frontOnly,
+                               const osg::Node* owner = nullptr);
     static Located locate(State& state, osgViewer::View& view, const osgGA::GUIEventAdapter& event);
     static Entry& computePick(State& state, osgViewer::View& view,
                               const osgGA::GUIEventAdapter& event, const Located& located,
