@@ -66,6 +66,8 @@ public:
             return false;
         for (unsigned int index = 0; index < group.getNumChildren(); ++index) {
             osg::Node* child = group.getChild(index);
+            if (!child)
+                continue;
             const osg::MatrixTransform* handle = asHandle(child);
             if (handle && !segment.mayHit(*handle))
                 continue;
