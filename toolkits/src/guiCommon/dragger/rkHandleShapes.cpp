@@ -29,8 +29,9 @@ const int kMaxDepth = 64;
 const float kDefaultLineWidth = 1.0f;
 // Points this close to the eye plane (clip w) are behind or at the eye.
 const double kMinClipW = 1e-9;
-// The image of a sphere seen off-axis is larger than its centre's image
-// suggests; this margin keeps the owner test on the safe side.
+// A transform that shears or scales unevenly can stretch the owner's bound
+// beyond its largest axis scale; this margin keeps the owner test on the
+// safe side.
 const double kBoundMargin = 1.25;
 // Points per run of a long outline (one more than its segments).
 const std::size_t kRunPoints = 9;
@@ -444,16 +445,8 @@ bool HandleShapes::nearOwner(const Projection& projection, double pixels) const
     const osg::Matrixd toWorld = parentToWorld(m_owner);
     const osg::Vec3d scale = toWorld.getScale();
     const double radius = bound.radius() * std::max({scale.x(), scale.y(), scale.z()});
-    const osg::Vec3d centreEye = osg::Vec3d(bound.center()) * toWorld * projection.worldToEye;
-    const double depth = -centreEye.z();
-    // Inside or about the sphere every pixel may show a handle.
-    if (!(depth > radius))
-        return true;
-    const WindowPoint centre = toWindow(centreEye, projection.eyeToWindow);
-    const osg::Vec3d rimEye = centreEye + osg::Vec3d(radius * depth / (depth - radius), 0.0, 0.0);
-    const WindowPoint rim = toWindow(rimEye, projection.eyeToWindow);
-    const double imageRadius = kBoundMargin * (rim.at - centre.at).length();
-    return (projection.pointer - centre.at).length() <= imageRadius + pixels;
+    return mayReach(osg::Vec3d(bound.center()) * toWorld, kBoundMargin * radius,
+                    projection.worldToWindow, projection.pointer, pixels);
 }
 
 osgManipulator::Dragger* HandleShapes::handleIn(const osg::NodePath& path)
