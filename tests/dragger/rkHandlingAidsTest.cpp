@@ -5,10 +5,12 @@
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 #include <osg/Geode>
+#include <osg/MatrixTransform>
 #include <osg/ShapeDrawable>
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <iterator>
 #include <limits>
 
@@ -286,6 +288,34 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         harness.move(onXArrow + osg::Vec2d(1, 0));
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         set(*dragger, true);
+    }
+
+    // The gizmo, a transform above it or the camera moving under a resting
+    // pointer is seen at the next pointer move, from the first one on.
+    const osg::Matrixd away = osg::Matrixd::translate(4.0, 2.0, 0.0);
+    osg::ref_ptr<osg::MatrixTransform> above;
+    const std::pair<const char*, std::function<void(bool)>> moves[] = {
+        {"transform above", [&](bool on) { above->setMatrix(on ? away : osg::Matrixd()); }},
+        {"gizmo", [&](bool on) { dragger->setMatrix(on ? away : osg::Matrixd()); }},
+        {"camera",
+         [&](bool on) {
+             const osg::Vec3d shift = on ? away.getTrans() : osg::Vec3d();
+             harness.lookAt(kEye + shift, shift, osg::Z_AXIS);
+         }},
+    };
+    for (const auto& [name, moveAway] : moves) {
+        SCOPED_TRACE(name);
+        rebuild();
+        dragger->setHoverHighlight(true);
+        above = new osg::MatrixTransform;
+        harness.root()->replaceChild(dragger.get(), above.get());
+        above->addChild(dragger.get());
+        moveAway(true);
+        harness.move(onXArrow);
+        EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+        moveAway(false);
+        harness.move(onXArrow);
+        EXPECT_EQ(dragger->hoveredHandle(), arrow(0));
     }
 }
 

@@ -14,6 +14,7 @@
 #include <osgGA/GUIEventAdapter>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -59,26 +60,11 @@ WindowPoint toWindow(const osg::Vec3d& point, const osg::Matrixd& matrix)
 
 // False when no point within `radius` of `centre` (local coordinates) can
 // appear within `reach` pixels of `pointer` through `localToWindow`; true
-// whenever it cannot tell (the sphere at or behind the eye plane). A point
-// c + d projects to ((X + a.d) / (W + w.d), ...), so its window offset from
-// the centre's image is at most radius |a W - w X| / (W (W - radius |w|)).
+// whenever it cannot tell (see SphereImage).
 bool mayReach(const osg::Vec3d& centre, double radius, const osg::Matrixd& localToWindow,
               const osg::Vec2d& pointer, double reach)
 {
-    const osg::Matrixd& m = localToWindow;
-    const osg::Vec3d toW(m(0, 3), m(1, 3), m(2, 3));
-    const double w = centre * toW + m(3, 3);
-    const double nearest = w - radius * toW.length();
-    if (!(w > kMinClipW) || !(nearest > kMinClipW))
-        return true;
-    for (int axis = 0; axis < 2; ++axis) {
-        const osg::Vec3d toAxis(m(0, axis), m(1, axis), m(2, axis));
-        const double value = centre * toAxis + m(3, axis);
-        const double spread = radius * (toAxis * w - toW * value).length() / (w * nearest);
-        if (!(std::fabs(pointer[axis] - value / w) <= spread + reach + kReachSlack))
-            return false;
-    }
-    return true;
+    return HandleShapes::SphereImage::of(centre, radius, localToWindow).reaches(pointer, reach);
 }
 
 float lineWidthOf(const osg::StateSet* stateSet)
@@ -101,13 +87,49 @@ void perpendiculars(osg::Vec3d axis, osg::Vec3d& side, osg::Vec3d& other)
 
 } // namespace
 
-osg::Matrixd HandleShapes::localToWorld(const osg::Node& node)
+HandleShapes::SphereImage HandleShapes::SphereImage::of(const osg::Vec3d& centre, double radius,
+                                                        const osg::Matrixd& localToWindow)
+{
+    // A point c + d projects to ((X + a.d) / (W + w.d), ...), so its window
+    // offset from the centre's image is at most
+    // radius |a W - w X| / (W (W - radius |w|)).
+    SphereImage image;
+    const osg::Matrixd& m = localToWindow;
+    const osg::Vec3d toW(m(0, 3), m(1, 3), m(2, 3));
+    const double w = centre * toW + m(3, 3);
+    const double nearest = w - radius * toW.length();
+    if (!(w > kMinClipW) || !(nearest > kMinClipW))
+        return image;
+    for (int axis = 0; axis < 2; ++axis) {
+        const osg::Vec3d toAxis(m(0, axis), m(1, axis), m(2, axis));
+        const double value = centre * toAxis + m(3, axis);
+        image.centre[axis] = value / w;
+        image.spread[axis] = radius * (toAxis * w - toW * value).length() / (w * nearest);
+    }
+    image.anywhere = false;
+    return image;
+}
+
+bool HandleShapes::SphereImage::reaches(const osg::Vec2d& pointer, double reach) const
+{
+    if (anywhere)
+        return true;
+    for (int axis = 0; axis < 2; ++axis)
+        if (!(std::fabs(pointer[axis] - centre[axis]) <= spread[axis] + reach + kReachSlack))
+            return false;
+    return true;
+}
+
+osg::Matrixd HandleShapes::localToWorld(const osg::Node& node, const osg::Camera** cameraAbove)
 {
     const osg::Node* chain[kMaxDepth];
     int depth = 0;
-    for (const osg::Node* at = &node; at && depth < kMaxDepth && !at->asCamera();
-         at = at->getNumParents() ? at->getParent(0) : nullptr)
-        chain[depth++] = at;
+    const osg::Node* at = &node;
+    for (; at && !at->asCamera(); at = at->getNumParents() ? at->getParent(0) : nullptr)
+        if (depth < kMaxDepth)
+            chain[depth++] = at;
+    if (cameraAbove)
+        *cameraAbove = at ? at->asCamera() : nullptr;
     osg::Matrixd matrix;
     // From the top down: each transform's own matrix goes in front.
     for (int level = depth - 1; level >= 0; --level)
@@ -116,64 +138,71 @@ osg::Matrixd HandleShapes::localToWorld(const osg::Node& node)
     return matrix;
 }
 
-osg::Matrixd HandleShapes::parentToWorld(const osg::Node& node)
+osg::Matrixd HandleShapes::parentToWorld(const osg::Node& node, const osg::Camera** cameraAbove)
 {
-    return node.getNumParents() ? localToWorld(*node.getParent(0)) : osg::Matrixd();
+    if (node.getNumParents())
+        return localToWorld(*node.getParent(0), cameraAbove);
+    if (cameraAbove)
+        *cameraAbove = nullptr;
+    return osg::Matrixd();
 }
 
 namespace {
 
-// A camera's window transform, from its matrices and viewport alone.
-struct WindowTransform
+// The last projection made on this thread, with the camera state it was made
+// from: every dragger asks at every pointer move, all of them through the
+// same camera, so the window transform is made again only when the view or
+// projection matrix or the viewport differs from the kept ones.
+struct KeptProjection
 {
-    osg::Matrixd worldToEye;
-    osg::Matrixd projection;
+    HandleShapes::Projection projection;
+    osg::Matrixd projectionMatrix;
     double viewport[4] = {0.0, 0.0, 0.0, 0.0};
-    osg::Matrixd eyeToWindow;
-    osg::Matrixd worldToWindow;
-    bool made = false;
-};
+    bool finite = false;
 
-// Every dragger asks at every pointer move, all of them through the same
-// camera: the last transform is kept per thread and made again only when the
-// view or projection matrix or the viewport differs from the kept ones.
-const WindowTransform& windowTransformOf(const osg::Camera& camera)
-{
-    thread_local WindowTransform kept;
-    const osg::Viewport& viewport = *camera.getViewport();
-    const double now[4] = {viewport.x(), viewport.y(), viewport.width(), viewport.height()};
-    if (kept.made && sameBits(kept.worldToEye, camera.getViewMatrix()) &&
-        sameBits(kept.projection, camera.getProjectionMatrix()) &&
-        std::equal(now, now + 4, kept.viewport))
-        return kept;
-    kept.worldToEye = camera.getViewMatrix();
-    kept.projection = camera.getProjectionMatrix();
-    std::copy(now, now + 4, kept.viewport);
-    kept.eyeToWindow = kept.projection * viewport.computeWindowMatrix();
-    kept.worldToWindow = kept.worldToEye * kept.eyeToWindow;
-    kept.made = true;
-    return kept;
-}
+    bool madeFor(const osg::Camera& camera, const double (&now)[4]) const
+    {
+        return projection.transformId != 0 &&
+               sameBits(projection.worldToEye, camera.getViewMatrix()) &&
+               sameBits(projectionMatrix, camera.getProjectionMatrix()) &&
+               std::equal(now, now + 4, viewport);
+    }
+
+    void makeFor(const osg::Camera& camera, const double (&now)[4])
+    {
+        // Different for every transform made, in any thread.
+        static std::atomic<std::uint64_t> made(0);
+        projection.worldToEye = camera.getViewMatrix();
+        projectionMatrix = camera.getProjectionMatrix();
+        std::copy(now, now + 4, viewport);
+        projection.eyeToWindow = projectionMatrix * camera.getViewport()->computeWindowMatrix();
+        projection.worldToWindow = projection.worldToEye * projection.eyeToWindow;
+        projection.transformId = ++made;
+        finite = !projection.worldToWindow.isNaN();
+    }
+};
 
 } // namespace
 
-HandleShapes::Projection HandleShapes::projectionOf(const osg::Camera* camera,
-                                                    const osgGA::GUIEventAdapter& event)
+const HandleShapes::Projection& HandleShapes::projectionOf(const osg::Camera* camera,
+                                                           const osgGA::GUIEventAdapter& event)
 {
-    Projection projection;
+    static const Projection kNone;
     if (!camera || !camera->getViewport())
-        return projection;
+        return kNone;
+    thread_local KeptProjection kept;
+    const osg::Viewport& viewport = *camera->getViewport();
+    const double now[4] = {viewport.x(), viewport.y(), viewport.width(), viewport.height()};
+    if (!kept.madeFor(*camera, now))
+        kept.makeFor(*camera, now);
     // The pointer in the window's pixels, y up: the point the composite hands
     // its handles (see its pointer projection) and the one the pick uses.
+    Projection& projection = kept.projection;
     const bool yDownwards =
         event.getMouseYOrientation() == osgGA::GUIEventAdapter::Y_INCREASING_DOWNWARDS;
     projection.pointer.set(event.getX(),
                            yDownwards ? event.getYmax() - event.getY() : event.getY());
-    const WindowTransform& transform = windowTransformOf(*camera);
-    projection.worldToEye = transform.worldToEye;
-    projection.eyeToWindow = transform.eyeToWindow;
-    projection.worldToWindow = transform.worldToWindow;
-    projection.valid = projection.pointer.valid() && !projection.worldToWindow.isNaN();
+    projection.valid = projection.pointer.valid() && kept.finite;
     return projection;
 }
 
@@ -435,18 +464,30 @@ void HandleShapes::addFaces(std::size_t handleIndex, const osg::PrimitiveSet& pr
         addPiece(m_pieces, m_points, piece, points.data() + k, corners);
 }
 
-bool HandleShapes::nearOwner(const Projection& projection, double pixels) const
+bool HandleShapes::nearOwner(const Projection& projection, const osg::Matrixd& toWorld,
+                             double pixels)
 {
     // Without a bound yet (screen-scaled handles before their first cull)
     // nothing can be ruled out.
     const osg::BoundingSphere& bound = m_owner.getBound();
     if (!bound.valid())
         return true;
-    const osg::Matrixd toWorld = parentToWorld(m_owner);
-    const osg::Vec3d scale = toWorld.getScale();
-    const double radius = bound.radius() * std::max({scale.x(), scale.y(), scale.z()});
-    return mayReach(osg::Vec3d(bound.center()) * toWorld, kBoundMargin * radius,
-                    projection.worldToWindow, projection.pointer, pixels);
+    // Most pointer moves change neither the camera nor where the owner
+    // stands: its bound's image is made again only when one of them did.
+    OwnerImage& kept = m_ownerImage;
+    if (kept.transformId != projection.transformId || kept.transformId == 0 ||
+        !sameBits(kept.toWorld, toWorld) || !(kept.centre == bound.center()) ||
+        !(kept.radius == bound.radius())) {
+        const osg::Vec3d scale = toWorld.getScale();
+        const double radius = bound.radius() * std::max({scale.x(), scale.y(), scale.z()});
+        kept.image = SphereImage::of(osg::Vec3d(bound.center()) * toWorld, kBoundMargin * radius,
+                                     projection.worldToWindow);
+        kept.transformId = projection.transformId;
+        kept.toWorld = toWorld;
+        kept.centre = bound.center();
+        kept.radius = bound.radius();
+    }
+    return kept.image.reaches(projection.pointer, pixels);
 }
 
 osgManipulator::Dragger* HandleShapes::handleIn(const osg::NodePath& path)

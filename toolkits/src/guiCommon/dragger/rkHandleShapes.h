@@ -8,6 +8,7 @@
 #include <osg/Vec3>
 #include <osgManipulator/Dragger>
 
+#include <cstdint>
 #include <vector>
 
 namespace osgGA {
@@ -73,7 +74,28 @@ public:
         osg::Matrixd worldToEye;
         osg::Matrixd eyeToWindow;
         osg::Vec2d pointer;
+        /// Names the window transform: equal ids, equal transforms (0: none).
+        std::uint64_t transformId = 0;
         bool valid = false;
+    };
+
+    /// Where the image of a sphere can lie in the window: any point of the
+    /// sphere appears within `spread` pixels (per axis) of `centre`.
+    /// `anywhere` when the sphere reaches the eye plane, or lies behind it,
+    /// and nothing can be ruled out.
+    struct SphereImage
+    {
+        osg::Vec2d centre;
+        osg::Vec2d spread;
+        bool anywhere = true;
+
+        /// The image of the sphere at `centre` with `radius` (local
+        /// coordinates) through `localToWindow`.
+        static SphereImage of(const osg::Vec3d& centre, double radius,
+                              const osg::Matrixd& localToWindow);
+        /// False when no point of the image lies within `reach` pixels of
+        /// `pointer`; true when one may.
+        bool reaches(const osg::Vec2d& pointer, double reach) const;
     };
 
     /// Shapes of the handles below `owner` (the owner itself is no handle).
@@ -101,21 +123,30 @@ public:
     const std::vector<osgManipulator::Dragger*>& handles() const { return m_handles; }
 
     /// The camera, pointer and window transform of `event` in `camera`;
-    /// invalid without a viewport or with a degenerate event range.
-    static Projection projectionOf(const osg::Camera* camera, const osgGA::GUIEventAdapter& event);
+    /// invalid without a viewport or with a degenerate event range. The
+    /// reference stays valid until the next call on the same thread.
+    static const Projection& projectionOf(const osg::Camera* camera,
+                                          const osgGA::GUIEventAdapter& event);
     /// The node's local-to-world (its own transform included), up to (not
     /// including) the first camera, along the first parent of each node.
-    static osg::Matrixd localToWorld(const osg::Node& node);
+    /// `cameraAbove`, when given, receives that camera (null when the walk
+    /// reached a node without parents).
+    static osg::Matrixd localToWorld(const osg::Node& node,
+                                     const osg::Camera** cameraAbove = nullptr);
     /// The same without the node's own transform.
-    static osg::Matrixd parentToWorld(const osg::Node& node);
+    static osg::Matrixd parentToWorld(const osg::Node& node,
+                                      const osg::Camera** cameraAbove = nullptr);
 
     /// The nearest shown handle (node mask not 0, not excluded from picks)
     /// whose image lies within `pixels` of the pointer; `handle` is null when
     /// there is none. `pixels` must be finite and positive.
     Nearest nearestWithin(const Projection& projection, double pixels);
     /// Whether the pointer is within `pixels` of the bounding sphere's image
-    /// of the owner: a cheap test before a pick or a shape search.
-    bool nearOwner(const Projection& projection, double pixels) const;
+    /// of the owner, whose parents' local-to-world is `toWorld`: a cheap test
+    /// before a pick or a shape search.
+    /// The image is kept between calls and made again when the window
+    /// transform, the owner's parents' transforms or its bound changed.
+    bool nearOwner(const Projection& projection, const osg::Matrixd& toWorld, double pixels);
     /// The owner's handle in `path`, or null.
     osgManipulator::Dragger* handleIn(const osg::NodePath& path);
 
@@ -192,6 +223,17 @@ private:
     /// The facing transforms below the handles.
     std::vector<const osg::Node*> m_facingFrames;
     unsigned int m_signature = ~0u;
+
+    /// The owner's bound's image for one window transform and placement.
+    struct OwnerImage
+    {
+        std::uint64_t transformId = 0;
+        osg::Matrixd toWorld;
+        osg::Vec3f centre;
+        float radius = 0.0f;
+        SphereImage image;
+    };
+    OwnerImage m_ownerImage;
 };
 
 } // namespace Rk

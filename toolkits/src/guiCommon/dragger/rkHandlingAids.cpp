@@ -78,15 +78,20 @@ void HandlingAids::showHover(osgManipulator::Dragger* target)
 
 osg::Camera* HandlingAids::cameraOf(osgViewer::View& view) const
 {
+    const osg::Camera* above = nullptr;
+    for (const osg::Node* node = &m_owner; node && !above;
+         node = node->getNumParents() ? node->getParent(0) : nullptr)
+        above = node->asCamera();
+    return pickCamera(above, view);
+}
+
+osg::Camera* HandlingAids::pickCamera(const osg::Camera* above, osgViewer::View& view)
+{
     // The pick maps the pointer through the first camera above the dragger
     // in the scene (a HUD camera, say), else through the view's own camera.
     // A camera that belongs to a view is a view's master camera: with
     // several views of one scene the first parent may lead to another one.
-    for (const osg::Node* node = &m_owner; node;
-         node = node->getNumParents() ? node->getParent(0) : nullptr)
-        if (const osg::Camera* camera = node->asCamera())
-            return camera->getView() ? view.getCamera() : const_cast<osg::Camera*>(camera);
-    return view.getCamera();
+    return above && !above->getView() ? const_cast<osg::Camera*>(above) : view.getCamera();
 }
 
 void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View* view)
@@ -148,9 +153,13 @@ osgManipulator::Dragger* HandlingAids::activeHandle() const
 osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter& event,
                                                    osgViewer::View& view)
 {
-    const HandleShapes::Projection projection = HandleShapes::projectionOf(cameraOf(view), event);
+    // One walk up the scene gives both the camera and the owner's placement.
+    const osg::Camera* above = nullptr;
+    const osg::Matrixd toWorld = HandleShapes::parentToWorld(m_owner, &above);
+    const HandleShapes::Projection& projection =
+        HandleShapes::projectionOf(pickCamera(above, view), event);
     if (!projection.valid || !insideEventRange(event) ||
-        !m_shapes.nearOwner(projection, m_pickTolerance))
+        !m_shapes.nearOwner(projection, toWorld, m_pickTolerance))
         return nullptr;
     const auto* front = PickCache::frontHitOf(&m_owner, view, event, m_owner.getIntersectionMask());
     if (front)

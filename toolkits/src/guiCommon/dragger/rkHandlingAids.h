@@ -81,6 +81,7 @@ private:
                                          osgViewer::View& view);
     osgManipulator::Dragger* activeHandle() const;
     osg::Camera* cameraOf(osgViewer::View& view) const;
+    static osg::Camera* pickCamera(const osg::Camera* above, osgViewer::View& view);
     void showHover(osgManipulator::Dragger* target);
 
     Composite3DDragger& m_owner;
