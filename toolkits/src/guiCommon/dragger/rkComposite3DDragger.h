@@ -277,7 +277,14 @@ private:
     void snapMotion(const osgGA::GUIEventAdapter& event);
     bool keyDuringDrag(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action);
 
+    // What every event reads of every dragger comes first, together: with
+    // many draggers in a scene each event's cost is mostly memory reads.
+    ActionView m_actionView;
+    bool m_draggingEnabled;
+    bool m_receiverFollow;
     osg::ref_ptr<Rk::DraggerReceiver> m_receiver;
+    HandlingAids m_handlingAids{*this};
+    FollowAgreement m_followAgreement;
     int m_dragMode;
     AxisEnum m_activeAxis;
     double m_commandValue;
@@ -285,16 +292,11 @@ private:
     osg::Matrixd m_dragStartMatrix;
     double m_scale;
     osg::Quat m_alignmentRotation;
-    bool m_draggingEnabled;
     bool m_alignedWithReferenceFrame;
     osg::Quat m_referenceFrame;
     bool m_receiverUpdate;
-    bool m_receiverFollow;
-    FollowAgreement m_followAgreement;
     DragRefinement m_refinement;
     DragCancel m_cancel;
-    HandlingAids m_handlingAids{*this};
-    ActionView m_actionView;
 };
 
 } // namespace Rk

@@ -84,14 +84,15 @@ private:
     static osg::Camera* pickCamera(const osg::Camera* above, osgViewer::View& view);
     void showHover(osgManipulator::Dragger* target);
 
+    // The options first: every event reads them.
     Composite3DDragger& m_owner;
+    double m_pickTolerance = 0.0;
+    double m_viewAngleLimit = 0.0;
+    bool m_hoverHighlight = false;
+    bool m_wasActive = false;
     HandleShapes m_shapes;
     HandleHover m_hover;
     HandleFader m_fader;
-    double m_pickTolerance = 0.0;
-    bool m_hoverHighlight = false;
-    double m_viewAngleLimit = 0.0;
-    bool m_wasActive = false;
 };
 
 } // namespace Rk
