@@ -136,31 +136,11 @@ TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfThe
     EXPECT_EQ(scale50->getChild(0), dragger->getDragger(0));
 }
 
-TEST(RotateDragger, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)
+// Each press measures from the pose at that press, starting from zero. (The
+// turn of each ring and its write at the release: RingTurn, below.)
+TEST(RotateDragger, EachPressTurnsOnFromThePoseAtThatPress)
 {
     ViewerHarness harness;
-    for (int axis = 0; axis < 3; ++axis) {
-        SCOPED_TRACE(axis);
-        RingScene scene(harness, 1.0, false, kViewDistance);
-        scene.lookAtRing(axis, 80.0, -45.0, kViewDistance);
-        RotateDragger& dragger = *scene.dragger;
-        scene.trace(axis, 40, 70, 3);
-        EXPECT_TRUE(scene.store.writes.empty());
-        EXPECT_EQ(dragger.activeAxis(), axis);
-        EXPECT_EQ(dragger.dragMode(), RotateDragger::ROTATION_DRAG_MODE);
-        EXPECT_NEAR(dragger.commandValue(), kThirtyDegrees, kAngleTolerance);
-        EXPECT_NEAR(turnAbout(dragger.getMatrix(), kAxes[axis]), dragger.commandValue(), 1e-9);
-        harness.release(harness.project(scene.ringPoint(axis, 70)));
-
-        ASSERT_EQ(scene.store.writes.size(), 1u);
-        const osg::Matrixd& pose = scene.store.pose;
-        EXPECT_NEAR(turnAbout(pose, kAxes[axis]), dragger.commandValue(), 1e-6);
-        EXPECT_TRUE(closeTo(osg::Matrixd::transform3x3(kAxes[axis], pose), kAxes[axis], 1e-6))
-            << "the axis itself stays put";
-        EXPECT_EQ(dragger.activeAxis(), axis);
-    }
-
-    // Each press measures from the pose at that press, starting from zero.
     RingScene scene(harness, 1.0, false, kViewDistance);
     scene.lookAtRing(2, 80.0, -45.0, kViewDistance);
     const auto release = [&](double degrees) {
@@ -224,8 +204,11 @@ TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingA
                     // The near half of the ring, where no other ring crosses it.
                     const std::vector<double> turns =
                         scene.trace(axis, azimuth - 15.0, azimuth + 15.0, events);
-                    EXPECT_EQ(scene.dragger->activeAxis(), axis);
+                    const RotateDragger& dragger = *scene.dragger;
+                    EXPECT_EQ(dragger.activeAxis(), axis);
+                    EXPECT_EQ(dragger.dragMode(), RotateDragger::ROTATION_DRAG_MODE);
                     EXPECT_NEAR(osg::RadiansToDegrees(turns.back()), 30.0, 1.0);
+                    EXPECT_NEAR(turnAbout(dragger.getMatrix(), kAxes[axis]), turns.back(), 1e-9);
                     // A slow drag (one degree of the ring per event) never jumps.
                     double before = 0.0;
                     for (size_t i = 0; events == 30 && i < turns.size(); ++i) {
@@ -233,6 +216,15 @@ TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingA
                                   kMostPerSlowEvent);
                         before = turns[i];
                     }
+                    // Written once, at the release: turned about the ring's axis only.
+                    EXPECT_TRUE(scene.store.writes.empty());
+                    harness.release(harness.project(scene.ringPoint(axis, azimuth + 15.0)));
+                    ASSERT_EQ(scene.store.writes.size(), 1u);
+                    const osg::Matrixd& pose = scene.store.pose;
+                    EXPECT_NEAR(turnAbout(pose, kAxes[axis]), dragger.commandValue(), 1e-6);
+                    EXPECT_TRUE(
+                        closeTo(osg::Matrixd::transform3x3(kAxes[axis], pose), kAxes[axis], 1e-6));
+                    EXPECT_EQ(dragger.activeAxis(), axis);
                 }
             }
         }
