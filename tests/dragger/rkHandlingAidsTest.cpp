@@ -8,11 +8,8 @@
 #include <osg/MatrixTransform>
 #include <osg/ShapeDrawable>
 
-#include <algorithm>
 #include <cmath>
 #include <functional>
-#include <iterator>
-#include <limits>
 
 using Rk::Composite3DDragger;
 using Rk::FrameDragger;
@@ -86,27 +83,16 @@ protected:
         out.normalize();
         return at + out * pixels;
     }
-    /// `pixels` from the centre's image, halfway between the two arrows whose
-    /// images are farthest apart round the centre.
-    osg::Vec2d betweenArrows(double pixels) const
+    /// `pixels` from the centre's image, away from the images of all three arrows.
+    osg::Vec2d awayFromTheArrows(double pixels) const
     {
         const osg::Vec2d centre = harness.project(osg::Vec3d());
-        double angles[3];
-        for (int axis = 0; axis < 3; ++axis) {
-            const osg::Vec2d image = harness.project(kAxes[axis]) - centre;
-            angles[axis] = std::atan2(-image.y(), image.x());
+        osg::Vec2d away;
+        for (const osg::Vec3d& axis : kAxes) {
+            const osg::Vec2d image = harness.project(axis) - centre;
+            away -= image / image.length();
         }
-        std::sort(std::begin(angles), std::end(angles));
-        double widest = 0.0;
-        double halfway = 0.0;
-        for (int k = 0; k < 3; ++k) {
-            const double next = k < 2 ? angles[k + 1] : angles[0] + 2 * osg::PI;
-            if (next - angles[k] > widest) {
-                widest = next - angles[k];
-                halfway = angles[k] + widest / 2;
-            }
-        }
-        return aroundCentre(osg::RadiansToDegrees(halfway), pixels);
+        return centre + away * (pixels / away.length());
     }
 };
 
@@ -166,10 +152,10 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         case XY_SQUARE:
             return besideXYSquare(c.pixels);
         case SCREEN_HANDLE:
-            return betweenArrows(imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS) +
-                                 c.pixels);
+            return awayFromTheArrows(imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS) +
+                                     c.pixels);
         case VIEW_RING:
-            return betweenArrows(viewRingPixels() + c.pixels);
+            return awayFromTheArrows(viewRingPixels() + c.pixels);
         default:
             return harness.project(
                 osg::Vec3d(std::cos(kUnturnedRadians), std::sin(kUnturnedRadians), 0) *
