@@ -247,21 +247,7 @@ TEST_F(DemoMainWindow, HoldingPlusZJogsUpAndTheGizmoAndDialogFollow)
     EXPECT_EQ(hostPosition().z(), released);
 }
 
-TEST_F(DemoMainWindow, HomeBringsPluginGizmoAndDialogBack)
-{
-    window->plugin().jog(osg::Vec3d(0.1, -0.2, 0.05));
-    QTest::qWait(kSettleMs);
-    window->homeAction()->trigger();
-    QTest::qWait(kSettleMs);
-    const osg::Vec3d home = RkDemoPlugin::homePose().getTrans();
-    EXPECT_EQ(hostPosition(), home);
-    EXPECT_NEAR((window->frameDragger()->getMatrix().getTrans() - home).length(), 0.0, 1e-4);
-    EXPECT_NEAR(box("spinBoxX")->value(), home.x(), 0.0005);
-    EXPECT_NEAR(box("spinBoxY")->value(), home.y(), 0.0005);
-    EXPECT_NEAR(box("spinBoxZ")->value(), home.z(), 0.0005);
-}
-
-TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogAndRedoForward)
+TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogRedoForwardAndHomeGoesHome)
 {
     QAction* undo = window->findChild<QAction*>("undoAction");
     QAction* redo = window->findChild<QAction*>("redoAction");
@@ -312,6 +298,16 @@ TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogAndRedoForward
         EXPECT_EQ(window->plugin().endEffectorPose(), poses[step]);
     }
     EXPECT_FALSE(redo->isEnabled());
+
+    // Home brings the plug-in, the gizmo and the dialog back.
+    window->homeAction()->trigger();
+    QTest::qWait(kSettleMs);
+    const osg::Vec3d home = RkDemoPlugin::homePose().getTrans();
+    EXPECT_EQ(hostPosition(), home);
+    EXPECT_NEAR((window->frameDragger()->getMatrix().getTrans() - home).length(), 0.0, 1e-4);
+    EXPECT_NEAR(box("spinBoxX")->value(), home.x(), 0.0005);
+    EXPECT_NEAR(box("spinBoxY")->value(), home.y(), 0.0005);
+    EXPECT_NEAR(box("spinBoxZ")->value(), home.z(), 0.0005);
 }
 
 TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)
