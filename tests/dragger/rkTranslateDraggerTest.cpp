@@ -17,9 +17,7 @@ protected:
     TranslateDraggerTest() : harness(kSceneEye)
     {
         dragger = new TranslateDragger(store.makeReceiver());
-        dragger->setupDefaultGeometry();
-        dragger->showDraggers(true);
-        harness.root()->addChild(dragger.get());
+        showIn(harness.root(), dragger.get(), Composite3DDragger::DEFAULT_SCALE);
     }
 
     /// Window point of the point `distance` along the arrow of `axis`.
