@@ -243,8 +243,9 @@ TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
         std::function<std::vector<osg::Vec2d>(RingScene&)> path;
         double finalDegrees, finalTolerance, mostPerEvent;
     };
-    auto arc = [](RingScene& scene, double from, double to, int events) {
-        std::vector<osg::Vec2d> points;
+    // `points` and then the ring's points from `from` to `to` degrees in `events` steps.
+    auto arc = [](RingScene& scene, double from, double to, int events,
+                  std::vector<osg::Vec2d> points = {}) {
         for (int i = 0; i <= events; ++i)
             points.push_back(
                 scene.harness.project(scene.ringPoint(2, from + (to - from) * i / events)));
@@ -256,10 +257,7 @@ TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
              // Only the Z ring's torus, thick enough to cover its centre.
              scene.dragger->xDragger()->setNodeMask(0);
              scene.dragger->yDragger()->setNodeMask(0);
-             std::vector<osg::Vec2d> points{scene.harness.project(osg::Vec3d())};
-             for (const osg::Vec2d& point : arc(scene, 0.0, 30.0, 6))
-                 points.push_back(point);
-             return points;
+             return arc(scene, 0.0, 30.0, 6, {scene.harness.project(osg::Vec3d())});
          },
          30.0, 1.0, 6.0},
         {"pointer straight through the centre", 1.0, 90.0, kThickPickTube,
@@ -286,9 +284,7 @@ TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
          [&](RingScene& scene) {
              std::vector<osg::Vec2d> points = arc(scene, -60.0, -45.0, 3);
              points.insert(points.end(), {nowhere, nowhere});
-             for (const osg::Vec2d& point : arc(scene, -45.0, -30.0, 3))
-                 points.push_back(point);
-             return points;
+             return arc(scene, -45.0, -30.0, 3, points);
          },
          30.0, 1.0, 10.0},
     };
