@@ -370,9 +370,7 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
     harness.lookAt(osg::Vec3d(0.02, 0.01, 0.03), osg::Vec3d(1, 1, 0), osg::Z_AXIS);
     for (const osg::Vec2d& at : {osg::Vec2d(400, 300), osg::Vec2d(10, 10), osg::Vec2d(267, 360)}) {
         harness.move(at);
-        harness.press(at);
-        harness.drag(at + osg::Vec2d(15, 15));
-        harness.release(at + osg::Vec2d(15, 15));
+        harness.dragFromTo(at, at + osg::Vec2d(15, 15), 1);
         EXPECT_TRUE(Rk::isFinite(dragger->getMatrix()));
     }
     showExtraHandles(false);
