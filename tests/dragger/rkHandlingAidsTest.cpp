@@ -171,10 +171,10 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         const osg::Vec2d at = pointBeside(c);
         osg::ref_ptr<osg::Geode> blocker = new osg::Geode;
         if (c.blocker) {
-            const osg::Vec3d behind = harness.unproject(at, dragger->getMatrix().getTrans(),
-                                                        kEye - dragger->getMatrix().getTrans());
+            // Halfway to the ring point beside which the pointer is: some 20 px wide.
+            const osg::Vec3d onRing = worldOf(ring(2), ringPoint(kRingDegrees));
             blocker->addDrawable(
-                new osg::ShapeDrawable(new osg::Sphere((kEye + behind) * 0.5, 0.05f)));
+                new osg::ShapeDrawable(new osg::Sphere((kEye + onRing) * 0.5, 0.05f)));
             harness.root()->addChild(blocker.get());
         }
         dragger->setPickTolerance(c.tolerance);
