@@ -17,7 +17,7 @@ protected:
     TranslateDraggerTest() : harness(kSceneEye)
     {
         dragger = new TranslateDragger(store.makeReceiver());
-        showIn(harness.root(), dragger.get(), Composite3DDragger::DEFAULT_SCALE);
+        showIn(harness.root(), dragger.get());
     }
 
     /// Window point of the point `distance` along the arrow of `axis`.
