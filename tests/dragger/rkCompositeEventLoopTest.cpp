@@ -72,9 +72,7 @@ protected:
     const osg::Vec2d emptySpace{20.0, 20.0};
 };
 
-const int PUSH = osgGA::GUIEventAdapter::PUSH;
-const int DRAG = osgGA::GUIEventAdapter::DRAG;
-const int RELEASE = osgGA::GUIEventAdapter::RELEASE;
+using Event = osgGA::GUIEventAdapter;
 
 TEST_F(CompositeEventLoop, MissesHiddenDraggersAndOtherEventsAreNotHandled)
 {
@@ -107,12 +105,14 @@ TEST_F(CompositeEventLoop, DragMovesThePoseByThePointersDistanceAlongTheHandle)
     ASSERT_LT(to.y(), from.y());
     EXPECT_TRUE(view.press(from));
     EXPECT_TRUE(dragger->getDraggerActive());
-    EXPECT_EQ(dragger->events, (std::vector<int>{PUSH, PUSH})) << "a press reaches it twice";
+    EXPECT_EQ(dragger->events, (std::vector<int>{Event::PUSH, Event::PUSH}))
+        << "a press reaches it twice";
     EXPECT_TRUE(view.drag((from + to) * 0.5));
     EXPECT_TRUE(view.drag(to));
     EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 0.4, 1e-3);
     EXPECT_TRUE(view.release(to));
-    EXPECT_EQ(dragger->events, (std::vector<int>{PUSH, PUSH, DRAG, DRAG, RELEASE}));
+    EXPECT_EQ(dragger->events, (std::vector<int>{Event::PUSH, Event::PUSH, Event::DRAG, Event::DRAG,
+                                                 Event::RELEASE}));
     EXPECT_NEAR(dragger->getMatrix().getTrans().z(), 0.4, 1e-3);
     EXPECT_NEAR(host.pose.getTrans().z(), 0.4, 1e-3);
     EXPECT_NEAR(dragger->getMatrix().getTrans().x(), 0.0, 1e-9);
