@@ -102,7 +102,6 @@ const double kAngleTolerance = 0.01;
 
 TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfTheSizesGiven)
 {
-    PoseStore store;
     osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
     dragger->setupDefaultGeometry();
     for (int axis = 0; axis < 3; ++axis) {
@@ -122,7 +121,7 @@ TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfThe
     EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
 
     // Screen-sized rings hang below an anti-squish, an auto-transform and a scale of 50.
-    dragger = new RotateDragger(store.makeReceiver(), true);
+    dragger = new RotateDragger(nullptr, true);
     dragger->setupDefaultGeometry();
     auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(dragger->getChild(0));
     ASSERT_NE(antiSquish, nullptr);
