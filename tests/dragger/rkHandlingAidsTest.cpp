@@ -255,7 +255,7 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     EXPECT_EQ(shownColour(arrow(0)), kRed);
     harness.release(osg::Vec2d(20, 20));
     EXPECT_EQ(dragger->hoveredHandle(), nullptr);
-    EXPECT_EQ(shownColour(ring(2)), kBlue);
+    EXPECT_EQ(shownColour(ring(2)), kAxisColours[2]);
     store.pose = osg::Matrixd();
     dragger->setMatrix(store.pose);
 
