@@ -100,16 +100,13 @@ TEST_F(FrameDraggerTest, LiveDragWritesTheReceiverAtEveryStepAndAnUnpickableHand
         EXPECT_EQ(store.pose.getTrans(), dragger->getMatrix().getTrans());
     }
     EXPECT_EQ(shownColour(arrow(0)), kPickYellow);
-    EXPECT_EQ(log.count("changed"), 4);
 
     harness.release(to);
     ASSERT_EQ(store.writes.size(), 6u);
     EXPECT_TRUE(store.writes[4].isIdentity()) << "the arrows' own dragger writes its own matrix";
     EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(0.4, 0, 0), 1e-3));
-    EXPECT_EQ(log.names.back(), "done");
-    EXPECT_EQ(log.names[log.names.size() - 2], "changed");
-    EXPECT_EQ(log.count("changed"), 5);
-    EXPECT_EQ(log.count("value"), 0);
+    EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked", "changed", "changed",
+                                                   "changed", "changed", "changed", "done"}));
     EXPECT_EQ(shownColour(arrow(0)), kRed);
     EXPECT_EQ(store.pose, dragger->getMatrix()) << "the frame's own write comes last";
 
