@@ -368,8 +368,7 @@ TEST_F(ImageDraggerInViewer, HeldPressRepeatsFromOneIntervalOnUntilReleaseAndFol
     QTest::qWait(4 * INTERVAL);
     EXPECT_EQ(log.calls, callsAtDestruction);
 
-    EXPECT_EQ(log.calls.find('B'), switched) << log.calls;
-    EXPECT_EQ(log.calls.find_first_not_of('A'), switched);
+    EXPECT_EQ(log.calls.find_first_not_of('A'), switched) << log.calls;
     EXPECT_EQ(log.calls.find_first_not_of('B', switched), std::string::npos);
 }
 

@@ -39,9 +39,7 @@ osg::Vec3d tipOf(const osgManipulator::Dragger* handle)
 
 } // namespace
 
-TEST(
-    TranslateDragger,
-    DefaultGeometrySharesShaftAndHeadAmongColouredArrowsThatScaleOnTheirAxesAndTakesItsSizesAtTheNextSetup)
+TEST(TranslateDragger, SharedColouredArrowsScaleOnTheirAxesAndTakeTheirSizesAtTheNextSetup)
 {
     osg::ref_ptr<TranslateDragger> dragger = new TranslateDragger(nullptr);
     dragger->setupDefaultGeometry();
