@@ -55,11 +55,6 @@ protected:
         QTest::qWait(kSettleMs);
     }
 
-    QPoint onScreen(const osg::Vec3d& world) const { return onScreen(window->view(), world); }
-    static QPoint onScreen(const RkOsgViewWidget* view, const osg::Vec3d& world)
-    {
-        return view->project(world).toPoint();
-    }
     osg::Vec3d hostPosition() { return window->plugin().endEffectorPose().getTrans(); }
     QDoubleSpinBox* box(const char* name) const
     {
@@ -70,14 +65,14 @@ protected:
     void dragThrough(RkOsgViewWidget* view, const std::vector<osg::Vec3d>& points,
                      bool release = true)
     {
-        QTest::mousePress(view, Qt::LeftButton, {}, onScreen(view, points.front()));
+        QTest::mousePress(view, Qt::LeftButton, {}, view->project(points.front()).toPoint());
         QTest::qWait(kSettleMs);
         for (std::size_t index = 1; index < points.size(); ++index) {
-            QTest::mouseMove(view, onScreen(view, points[index]));
+            QTest::mouseMove(view, view->project(points[index]).toPoint());
             QTest::qWait(30);
         }
         if (release)
-            QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(view, points.back()));
+            QTest::mouseRelease(view, Qt::LeftButton, {}, view->project(points.back()).toPoint());
         QTest::qWait(kSettleMs);
     }
     /// `from`, then four equal steps to `from + by`.
@@ -116,7 +111,7 @@ TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDia
         SCOPED_TRACE(view->objectName().toStdString());
         const osg::Vec3d start = hostPosition();
         const osg::Vec3d grab = onXArrow(start);
-        QTest::mouseMove(view, onScreen(view, grab));
+        QTest::mouseMove(view, view->project(grab).toPoint());
         EXPECT_TRUE(QTest::qWaitFor(
             [&] {
                 return window->frameDragger()->hoveredHandle() ==
@@ -153,7 +148,8 @@ TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscOrARightClickCancelsTh
     const osg::Vec3d grab = onXArrow(start);
     dragAlongX(grab, 0.037);
     EXPECT_EQ(window->statusBar()->currentMessage(), QString("X +40.0 mm"));
-    QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(grab + osg::Vec3d(0.037, 0, 0)));
+    QTest::mouseRelease(view, Qt::LeftButton, {},
+                        view->project(grab + osg::Vec3d(0.037, 0, 0)).toPoint());
     QTest::qWait(kSettleMs);
     EXPECT_NEAR(hostPosition().x() - start.x(), 0.04, 1e-5);
 
@@ -187,8 +183,8 @@ TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
     const double radius = RkDemoMainWindow::GIZMO_RING_RADIUS * window->devicePixelRatioF();
     const auto onRing = [&](double degrees) {
         const double radians = osg::DegreesToRadians(degrees);
-        return onScreen(osg::Vec3d(radius * std::cos(radians), radius * std::sin(radians), 0) *
-                        ringToWorld);
+        const osg::Vec3d local(radius * std::cos(radians), radius * std::sin(radians), 0);
+        return window->view()->project(local * ringToWorld).toPoint();
     };
     const osg::Quat start = window->plugin().endEffectorPose().getRotate();
     const osg::Vec3d startPosition = hostPosition();
