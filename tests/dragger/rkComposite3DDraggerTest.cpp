@@ -13,9 +13,7 @@
 namespace {
 
 using Rk::Composite3DDragger;
-using RkTest::kInfinity;
-using RkTest::kNaN;
-using RkTest::PoseStore;
+using namespace RkTest;
 
 Rk::DraggerReceiver* const kNoReceiver = nullptr;
 

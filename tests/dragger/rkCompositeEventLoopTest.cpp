@@ -10,8 +10,7 @@
 namespace {
 
 using Rk::Composite3DDragger;
-using RkTest::PoseStore;
-using RkTest::ViewerHarness;
+using namespace RkTest;
 
 // A composite with one pickable handle that slides along world Z, recording
 // every event its pointer handler sees and writing the receiver at the
