@@ -283,10 +283,8 @@ TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnder
     dragger->setTranslationSnap(step);
     const osg::Vec3d startTrans = centre();
     const osg::Vec2d from = harness.project(squareCentre(Composite3DDragger::Z_AXIS));
-    ASSERT_TRUE(harness.press(from));
-    harness.drag(from + osg::Vec2d(60, -45));
+    harness.dragFromTo(from, from + osg::Vec2d(60, -45), 1);
     const osg::Vec3d moved = centre() - startTrans;
-    harness.release(from + osg::Vec2d(60, -45));
     EXPECT_GT(moved.length(), step);
     for (int axis : {0, 1})
         EXPECT_NEAR(std::remainder(moved[axis], step), 0.0, 1e-9) << axis;
