@@ -55,11 +55,6 @@ protected:
         QTest::qWait(kSettleMs);
     }
 
-    QPoint onScreen(const osg::Vec3d& world) const { return onScreen(window->view(), world); }
-    static QPoint onScreen(const RkOsgViewWidget* view, const osg::Vec3d& world)
-    {
-        return view->project(world).toPoint();
-    }
     osg::Vec3d hostPosition() { return window->plugin().endEffectorPose().getTrans(); }
     QDoubleSpinBox* box(const char* name) const
     {
@@ -70,14 +65,14 @@ protected:
     void dragThrough(RkOsgViewWidget* view, const std::vector<osg::Vec3d>& points,
                      bool release = true)
     {
-        QTest::mousePress(view, Qt::LeftButton, {}, onScreen(view, points.front()));
+        QTest::mousePress(view, Qt::LeftButton, {}, view->project(points.front()).toPoint());
         QTest::qWait(kSettleMs);
         for (std::size_t index = 1; index < points.size(); ++index) {
-            QTest::mouseMove(view, onScreen(view, points[index]));
+            QTest::mouseMove(view, view->project(points[index]).toPoint());
             QTest::qWait(30);
         }
         if (release)
-            QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(view, points.back()));
+            QTest::mouseRelease(view, Qt::LeftButton, {}, view->project(points.back()).toPoint());
         QTest::qWait(kSettleMs);
     }
     /// `from`, then four equal steps to `from + by`.
@@ -116,7 +111,7 @@ TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDia
         SCOPED_TRACE(view->objectName().toStdString());
         const osg::Vec3d start = hostPosition();
         const osg::Vec3d grab = onXArrow(start);
-        QTest::mouseMove(view, onScreen(view, grab));
+        QTest::mouseMove(view, view->project(grab).toPoint());
         EXPECT_TRUE(QTest::qWaitFor(
             [&] {
                 return window->frameDragger()->hoveredHandle() ==
@@ -153,7 +148,8 @@ TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscOrARightClickCancelsTh
     const osg::Vec3d grab = onXArrow(start);
     dragAlongX(grab, 0.037);
     EXPECT_EQ(window->statusBar()->currentMessage(), QString("X +40.0 mm"));
-    QTest::mouseRelease(view, Qt::LeftButton, {}, onScreen(grab + osg::Vec3d(0.037, 0, 0)));
+    QTest::mouseRelease(view, Qt::LeftButton, {},
+                        view->project(grab + osg::Vec3d(0.037, 0, 0)).toPoint());
     QTest::qWait(kSettleMs);
     EXPECT_NEAR(hostPosition().x() - start.x(), 0.04, 1e-5);
 
@@ -187,8 +183,8 @@ TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
     const double radius = RkDemoMainWindow::GIZMO_RING_RADIUS * window->devicePixelRatioF();
     const auto onRing = [&](double degrees) {
         const double radians = osg::DegreesToRadians(degrees);
-        return onScreen(osg::Vec3d(radius * std::cos(radians), radius * std::sin(radians), 0) *
-                        ringToWorld);
+        const osg::Vec3d local(radius * std::cos(radians), radius * std::sin(radians), 0);
+        return window->view()->project(local * ringToWorld).toPoint();
     };
     const osg::Quat start = window->plugin().endEffectorPose().getRotate();
     const osg::Vec3d startPosition = hostPosition();
@@ -247,21 +243,7 @@ TEST_F(DemoMainWindow, HoldingPlusZJogsUpAndTheGizmoAndDialogFollow)
     EXPECT_EQ(hostPosition().z(), released);
 }
 
-TEST_F(DemoMainWindow, HomeBringsPluginGizmoAndDialogBack)
-{
-    window->plugin().jog(osg::Vec3d(0.1, -0.2, 0.05));
-    QTest::qWait(kSettleMs);
-    window->homeAction()->trigger();
-    QTest::qWait(kSettleMs);
-    const osg::Vec3d home = RkDemoPlugin::homePose().getTrans();
-    EXPECT_EQ(hostPosition(), home);
-    EXPECT_NEAR((window->frameDragger()->getMatrix().getTrans() - home).length(), 0.0, 1e-4);
-    EXPECT_NEAR(box("spinBoxX")->value(), home.x(), 0.0005);
-    EXPECT_NEAR(box("spinBoxY")->value(), home.y(), 0.0005);
-    EXPECT_NEAR(box("spinBoxZ")->value(), home.z(), 0.0005);
-}
-
-TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogAndRedoForward)
+TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogRedoForwardAndHomeGoesHome)
 {
     QAction* undo = window->findChild<QAction*>("undoAction");
     QAction* redo = window->findChild<QAction*>("redoAction");
@@ -312,6 +294,16 @@ TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogAndRedoForward
         EXPECT_EQ(window->plugin().endEffectorPose(), poses[step]);
     }
     EXPECT_FALSE(redo->isEnabled());
+
+    // Home brings the plug-in, the gizmo and the dialog back.
+    window->homeAction()->trigger();
+    QTest::qWait(kSettleMs);
+    const osg::Vec3d home = RkDemoPlugin::homePose().getTrans();
+    EXPECT_EQ(hostPosition(), home);
+    EXPECT_NEAR((window->frameDragger()->getMatrix().getTrans() - home).length(), 0.0, 1e-4);
+    EXPECT_NEAR(box("spinBoxX")->value(), home.x(), 0.0005);
+    EXPECT_NEAR(box("spinBoxY")->value(), home.y(), 0.0005);
+    EXPECT_NEAR(box("spinBoxZ")->value(), home.z(), 0.0005);
 }
 
 TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)

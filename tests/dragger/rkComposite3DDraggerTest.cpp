@@ -13,9 +13,7 @@
 namespace {
 
 using Rk::Composite3DDragger;
-using RkTest::kInfinity;
-using RkTest::kNaN;
-using RkTest::PoseStore;
+using namespace RkTest;
 
 Rk::DraggerReceiver* const kNoReceiver = nullptr;
 
@@ -105,34 +103,6 @@ TEST(Composite3DDragger, ShowDraggersReachesEveryHandleOfNestedComposites)
     EXPECT_EQ(poseSpy.count(), 0);
 }
 
-TEST(Composite3DDragger, SetPoseMovesOnlyTheDraggerAndSyncWritesThePreviousPoseFirst)
-{
-    PoseStore store;
-    osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd::translate(1, 0, 0));
-    QSignalSpy spy(dragger.get(), &Composite3DDragger::signalPoseChanged);
-    const RkCoordinateSystemTransformation coord = RkTest::makePose(1, -2, 0.5, 0.3, -0.2, 1.1);
-    dragger->setPose(coord);
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_TRUE(store.writes.empty());
-    expectMatrixNear(dragger->getMatrix(), RkRenderTypes::rk2osg(coord), 1e-6);
-
-    const osg::Matrixd typed = turnAndShift(0.25, osg::Z_AXIS, {0, 3, 0});
-    dragger->syncReceiverToPose(typed);
-    ASSERT_EQ(store.writes.size(), 1u);
-    expectMatrixNear(store.pose, RkRenderTypes::rk2osg(coord), 1e-6);
-    expectMatrixNear(dragger->getMatrix(), typed, 1e-6);
-    EXPECT_EQ(spy.count(), 2);
-
-    // With the receiver-update flag clear nothing is written; the dragger
-    // still moves and signals.
-    dragger->setReceiverUpdate(false);
-    dragger->setReceiverMatrix();
-    dragger->syncReceiverToPose(osg::Matrixd::translate(5, 0, 0));
-    EXPECT_EQ(store.writes.size(), 1u);
-    EXPECT_EQ(spy.count(), 3);
-    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(5, 0, 0));
-}
-
 TEST(Composite3DDragger, ReceiverGetsTranslationAndRotationOnlyAndNeverANonFinitePose)
 {
     PoseStore store;
@@ -153,7 +123,7 @@ TEST(Composite3DDragger, ReceiverGetsTranslationAndRotationOnlyAndNeverANonFinit
     expectMatrixNear(store.pose, rigid, 1e-12);
 }
 
-TEST(Composite3DDragger, NonFinitePosesLeaveTheDraggerWhereItWasButStillSignal)
+TEST(Composite3DDragger, SetPoseMovesTheDraggerSyncWritesThePreviousPoseAndNonFinitePosesAreIgnored)
 {
     PoseStore store;
     osg::ref_ptr<Composite3DDragger> dragger = draggerOn(store, osg::Matrixd::translate(1, 2, 3));
@@ -171,6 +141,28 @@ TEST(Composite3DDragger, NonFinitePosesLeaveTheDraggerWhereItWasButStillSignal)
     ASSERT_EQ(store.writes.size(), 1u) << "the previous, finite pose is still written";
     EXPECT_EQ(store.pose, osg::Matrixd::translate(1, 2, 3));
     EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(1, 2, 3));
+    EXPECT_EQ(spy.count(), 4);
+
+    // A good pose moves only the dragger; a sync writes the previous pose first.
+    const RkCoordinateSystemTransformation coord = RkTest::makePose(1, -2, 0.5, 0.3, -0.2, 1.1);
+    dragger->setPose(coord);
+    EXPECT_EQ(store.writes.size(), 1u);
+    expectMatrixNear(dragger->getMatrix(), RkRenderTypes::rk2osg(coord), 1e-6);
+    const osg::Matrixd typed = turnAndShift(0.25, osg::Z_AXIS, {0, 3, 0});
+    dragger->syncReceiverToPose(typed);
+    ASSERT_EQ(store.writes.size(), 2u);
+    expectMatrixNear(store.pose, RkRenderTypes::rk2osg(coord), 1e-6);
+    expectMatrixNear(dragger->getMatrix(), typed, 1e-6);
+    EXPECT_EQ(spy.count(), 6);
+
+    // With the receiver-update flag clear nothing is written; the dragger
+    // still moves and signals.
+    dragger->setReceiverUpdate(false);
+    dragger->setReceiverMatrix();
+    dragger->syncReceiverToPose(osg::Matrixd::translate(5, 0, 0));
+    EXPECT_EQ(store.writes.size(), 2u);
+    EXPECT_EQ(spy.count(), 7);
+    EXPECT_EQ(dragger->getMatrix(), osg::Matrixd::translate(5, 0, 0));
 }
 
 TEST(Composite3DDragger, AlignmentRotationIsTheInverseFrameTimesTheReceiverRotation)

@@ -15,17 +15,6 @@ const double kDistanceTolerance = 1e-6;
 const double kPointerTolerance = 2e-3;
 const osg::Vec2d kOutsideTheWindow(-500.0, -400.0);
 
-double degrees(double value)
-{
-    return osg::DegreesToRadians(value);
-}
-
-/// The angle of `pose` about Z (radians, signed).
-double angleAboutZ(const osg::Matrixd& pose)
-{
-    return Rk::commandAngle(osg::Quat(), pose.getRotate(), Composite3DDragger::Z_AXIS);
-}
-
 class DragRefinementTest : public ::testing::Test, public FrameScene
 {
 protected:
@@ -49,6 +38,7 @@ TEST_F(DragRefinementTest, MotionSinceThePressSnapsToTheStep)
         double to; // arrow distance or ring degrees from the press
         double expected;
     };
+    const auto degrees = [](double value) { return osg::DegreesToRadians(value); };
     const Case cases[] = {
         {"0.37 with a 0.1 step lands on 0.4", 0.1, 0, -1, 0, false, false, 0.37, 0.4},
         {"deferred: the command value is snapped", 0.1, 0, kNaN, 0, false, true, 0.37, 0.4},
@@ -84,7 +74,10 @@ TEST_F(DragRefinementTest, MotionSinceThePressSnapsToTheStep)
             harness.dragFromTo(onArrow(0, 0.7), onArrow(0, 0.7 + row.to));
         }
         auto moved = [&](const osg::Matrixd& pose) {
-            return row.ring ? angleAboutZ(pose) : pose.getTrans().x();
+            // Signed about Z, or along X.
+            return row.ring
+                       ? Rk::commandAngle(osg::Quat(), pose.getRotate(), Composite3DDragger::Z_AXIS)
+                       : pose.getTrans().x();
         };
         const double step = row.ring ? row.rotationStep : row.translationStep;
         if (row.expected == row.to) {

@@ -225,20 +225,15 @@ std::vector<const osg::Node*> handleGeodes(const Rk::FrameDragger& dragger)
     return geodes;
 }
 
-osg::ref_ptr<Rk::FrameDragger> frameDraggerWithGeometry()
-{
-    osg::ref_ptr<Rk::FrameDragger> dragger =
-        new Rk::FrameDragger(static_cast<Rk::DraggerReceiver*>(nullptr), false);
-    dragger->setupDefaultGeometry();
-    return dragger;
-}
-
 } // namespace
 
 TEST(SharedHandleGeometry, IsBuiltOncePerSizesAndNeverChangedByARebuild)
 {
-    osg::ref_ptr<Rk::FrameDragger> first = frameDraggerWithGeometry();
-    osg::ref_ptr<Rk::FrameDragger> second = frameDraggerWithGeometry();
+    Rk::DraggerReceiver* const noReceiver = nullptr;
+    osg::ref_ptr<Rk::FrameDragger> first = new Rk::FrameDragger(noReceiver, false);
+    osg::ref_ptr<Rk::FrameDragger> second = new Rk::FrameDragger(noReceiver, false);
+    first->setupDefaultGeometry();
+    second->setupDefaultGeometry();
     const std::vector<const osg::Node*> firstGeodes = handleGeodes(*first);
     // Shaft and head per arrow, one torus geode per ring: the same nodes.
     ASSERT_EQ(firstGeodes.size(), 9u);

@@ -100,16 +100,13 @@ TEST_F(FrameDraggerTest, LiveDragWritesTheReceiverAtEveryStepAndAnUnpickableHand
         EXPECT_EQ(store.pose.getTrans(), dragger->getMatrix().getTrans());
     }
     EXPECT_EQ(shownColour(arrow(0)), kPickYellow);
-    EXPECT_EQ(log.count("changed"), 4);
 
     harness.release(to);
     ASSERT_EQ(store.writes.size(), 6u);
     EXPECT_TRUE(store.writes[4].isIdentity()) << "the arrows' own dragger writes its own matrix";
     EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(0.4, 0, 0), 1e-3));
-    EXPECT_EQ(log.names.back(), "done");
-    EXPECT_EQ(log.names[log.names.size() - 2], "changed");
-    EXPECT_EQ(log.count("changed"), 5);
-    EXPECT_EQ(log.count("value"), 0);
+    EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked", "changed", "changed",
+                                                   "changed", "changed", "changed", "done"}));
     EXPECT_EQ(shownColour(arrow(0)), kRed);
     EXPECT_EQ(store.pose, dragger->getMatrix()) << "the frame's own write comes last";
 
@@ -126,36 +123,24 @@ TEST_F(FrameDraggerTest, LiveDragWritesTheReceiverAtEveryStepAndAnUnpickableHand
 }
 
 // A deferred drag of the turned frame's Y arrow: values in the frame's own
-// terms, no write and no pose signal until the release.
+// terms, no pose signal until the release. (No write before it either:
+// DraggerDlgSceneTest and ExtraHandlesTest watch the host.)
 TEST_F(FrameDraggerTest, DeferredDragReportsTheDistanceInItsOwnFrameAndWritesOnlyAtRelease)
 {
     store.pose = osg::Matrixd::rotate(osg::PI_2, osg::Z_AXIS);
     harness.frame();
-    store.writes.clear();
     dragger->setValueOnRelease(true);
     SignalLog log(dragger.get());
-    // All points taken before the press: the arrow moves with the drag.
-    std::vector<osg::Vec2d> points;
-    for (double at : {0.7, 0.8, 0.9, 1.0})
-        points.push_back(onArrow(Composite3DDragger::Y_AXIS, at));
-    harness.press(points[0]);
-    for (int step = 1; step <= 3; ++step)
-        harness.drag(points[step]);
-    EXPECT_TRUE(store.writes.empty());
-    ASSERT_EQ(log.values.size(), 3u);
-    EXPECT_NEAR(log.values[0], 0.1, 1e-3);
-    EXPECT_NEAR(log.values[2], 0.3, 1e-3);
-    EXPECT_EQ(log.count("changed"), 0);
-
-    harness.release(points[3]);
-    EXPECT_FALSE(store.writes.empty());
+    dragArrow(Composite3DDragger::Y_AXIS, 0.7, 1.0);
+    ASSERT_EQ(log.values.size(), 4u);
+    EXPECT_NEAR(log.values[3], 0.3, 1e-3);
     EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(-0.3, 0, 0), 1e-3))
         << "the frame's Y is the world's -X";
-    EXPECT_EQ(log.names.back(), "done");
-    EXPECT_EQ(log.count("changed"), 1);
+    EXPECT_EQ(log.names, (std::vector<std::string>{"clicked", "clicked", "value", "value", "value",
+                                                   "value", "changed", "done"}));
 }
 
-TEST_F(FrameDraggerTest, AlignedReleaseReseatsTheDraggerOnTheReferenceFrame)
+TEST_F(FrameDraggerTest, AlignedReleaseReseatsOnTheReferenceFrameUnlessTheHostAnswersNaN)
 {
     const osg::Quat referenceFrame(osg::PI_2, osg::Z_AXIS);
     const osg::Quat hostRotation(osg::DegreesToRadians(20.0), osg::X_AXIS);
@@ -170,13 +155,11 @@ TEST_F(FrameDraggerTest, AlignedReleaseReseatsTheDraggerOnTheReferenceFrame)
 
     EXPECT_NEAR(dragger->commandValue(), 0.0, 1e-12) << "live drags report no value";
     const osg::Quat receiverRotation = store.pose.getRotate();
-    double angle = 0.0;
-    osg::Vec3d axis;
     // The turn comes before the alignment rotation: the host frame turns
     // about its own Z, which the aligned dragger shows as its Z ring.
-    (receiverRotation * hostRotation.inverse()).getRotate(angle, axis);
-    EXPECT_NEAR(angle, kThirtyDegrees, kAngleTolerance);
-    EXPECT_TRUE(closeTo(axis, osg::Z_AXIS, 1e-6));
+    const osg::Quat turn = receiverRotation * hostRotation.inverse();
+    EXPECT_TRUE(sameRotation(turn, osg::Quat(kThirtyDegrees, osg::Z_AXIS), kAngleTolerance / 2));
+    EXPECT_TRUE(closeTo(turn * osg::Z_AXIS, osg::Z_AXIS, 1e-6));
 
     EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame);
     EXPECT_EQ(dragger->getMatrix().getTrans(), store.pose.getTrans());
@@ -184,6 +167,21 @@ TEST_F(FrameDraggerTest, AlignedReleaseReseatsTheDraggerOnTheReferenceFrame)
     EXPECT_LT((dragger->alignmentRotation().asVec4() - expectedAlignment.asVec4()).length(), 1e-12);
     harness.frame();
     EXPECT_TRUE(dragger->getMatrix().getRotate() == referenceFrame) << "and it stays seated";
+
+    // A host that answers NaN at the release: no re-seat, the dragger stays
+    // where the drag left it, pickable.
+    const osg::Vec3d before = centre();
+    const osg::Vec2d from = onArrow(0, 0.7), to = onArrow(0, 0.9);
+    harness.press(from);
+    harness.drag(to);
+    osg::ref_ptr<Rk::DraggerReceiver> broken = new Rk::DraggerReceiver(
+        [] { return osg::Matrixd::translate(kNaN, 0, 0); }, [](const osg::Matrixd&) {});
+    dragger->setReceiver(broken.get());
+    harness.release(to);
+    EXPECT_TRUE(Rk::isFinite(dragger->getMatrix()));
+    EXPECT_NEAR((centre() - before).length(), 0.2, 1e-3);
+    harness.frame();
+    EXPECT_TRUE(harness.press(to)) << "still pickable where the drag left it";
 }
 
 TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
@@ -206,25 +204,6 @@ TEST(FrameDragger, WithoutReceiverOrPluginADragMovesTheFrameAndSignalsOnly)
     harness.frame();
     EXPECT_TRUE(closeTo(detached->getMatrix().getTrans(), osg::Vec3d(0.2, 0, 0), 1e-3));
     EXPECT_TRUE(noPlugin->getMatrix().isIdentity());
-}
-
-TEST_F(FrameDraggerTest, HostAnsweringNaNAtTheAlignedReleaseLeavesTheDraggerPickable)
-{
-    dragger->setIsAlignedWithReferenceFrame(true);
-    harness.frame();
-    const osg::Vec2d from = onArrow(0, 0.7);
-    const osg::Vec2d to = onArrow(0, 0.9);
-    harness.press(from);
-    harness.drag(to);
-    // The host now rejects what it gets and reads back NaN.
-    osg::ref_ptr<Rk::DraggerReceiver> broken = new Rk::DraggerReceiver(
-        [] { return osg::Matrixd::translate(kNaN, 0, 0); }, [](const osg::Matrixd&) {});
-    dragger->setReceiver(broken.get());
-    harness.release(to);
-    EXPECT_TRUE(dragger->getMatrix().valid());
-    EXPECT_TRUE(closeTo(dragger->getMatrix().getTrans(), osg::Vec3d(0.2, 0, 0), 1e-3));
-    harness.frame();
-    EXPECT_TRUE(harness.press(onArrow(0, 0.7))) << "still pickable where the drag left it";
 }
 
 TEST_F(FrameDraggerTest, ZeroScaleLeavesNothingToPickAndWritesNothing)
@@ -259,14 +238,6 @@ protected:
             harness.drag(aroundCentre(toDegrees * step / steps, pixels));
     }
 };
-
-double angleBetween(const osg::Quat& a, const osg::Quat& b)
-{
-    double angle = 0.0;
-    osg::Vec3d axis;
-    (a.inverse() * b).getRotate(angle, axis);
-    return std::min(angle, 2 * osg::PI - angle);
-}
 
 } // namespace
 
@@ -312,10 +283,8 @@ TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnder
     dragger->setTranslationSnap(step);
     const osg::Vec3d startTrans = centre();
     const osg::Vec2d from = harness.project(squareCentre(Composite3DDragger::Z_AXIS));
-    ASSERT_TRUE(harness.press(from));
-    harness.drag(from + osg::Vec2d(60, -45));
+    harness.dragFromTo(from, from + osg::Vec2d(60, -45), 1);
     const osg::Vec3d moved = centre() - startTrans;
-    harness.release(from + osg::Vec2d(60, -45));
     EXPECT_GT(moved.length(), step);
     for (int axis : {0, 1})
         EXPECT_NEAR(std::remainder(moved[axis], step), 0.0, 1e-9) << axis;
@@ -377,7 +346,7 @@ TEST_F(ExtraHandlesTest, ViewRingTurnsAboutTheLineOfSightByTheAngleRoundTheCentr
         EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
         harness.release(aroundCentre(row.degrees, viewRingPixels()));
         const osg::Quat expected(osg::DegreesToRadians(row.degrees), axis);
-        EXPECT_LT(angleBetween(store.pose.getRotate(), expected), kAngleTolerance);
+        EXPECT_TRUE(sameRotation(store.pose.getRotate(), expected, kAngleTolerance / 2));
         EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(0.2, 0.1, 0), 1e-6));
     }
 }

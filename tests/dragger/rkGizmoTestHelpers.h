@@ -66,10 +66,8 @@ inline bool sameRotation(const osg::Quat& a, const osg::Quat& b, double toleranc
     return (a.asVec4() - b.asVec4() * sign).length() <= tolerance;
 }
 
-const osg::Vec4 kRed(1.0f, 0.0f, 0.0f, 1.0f);
-const osg::Vec4 kGreen(0.0f, 1.0f, 0.0f, 1.0f);
-const osg::Vec4 kBlue(0.0f, 0.0f, 1.0f, 1.0f);
-const osg::Vec4 kAxisColours[3] = {kRed, kGreen, kBlue};
+const osg::Vec4 kAxisColours[3] = {{1, 0, 0, 1}, {0, 1, 0, 1}, {0, 0, 1, 1}};
+const osg::Vec4 kRed = kAxisColours[0];
 const osg::Vec3d kAxes[3] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS};
 /// osgManipulator's default pick colour of its one-axis draggers.
 const osg::Vec4 kPickYellow(1.0f, 1.0f, 0.0f, 1.0f);

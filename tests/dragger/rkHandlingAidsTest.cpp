@@ -8,11 +8,8 @@
 #include <osg/MatrixTransform>
 #include <osg/ShapeDrawable>
 
-#include <algorithm>
 #include <cmath>
 #include <functional>
-#include <iterator>
-#include <limits>
 
 using Rk::Composite3DDragger;
 using Rk::FrameDragger;
@@ -86,27 +83,16 @@ protected:
         out.normalize();
         return at + out * pixels;
     }
-    /// `pixels` from the centre's image, halfway between the two arrows whose
-    /// images are farthest apart round the centre.
-    osg::Vec2d betweenArrows(double pixels) const
+    /// `pixels` from the centre's image, away from the images of all three arrows.
+    osg::Vec2d awayFromTheArrows(double pixels) const
     {
         const osg::Vec2d centre = harness.project(osg::Vec3d());
-        double angles[3];
-        for (int axis = 0; axis < 3; ++axis) {
-            const osg::Vec2d image = harness.project(kAxes[axis]) - centre;
-            angles[axis] = std::atan2(-image.y(), image.x());
+        osg::Vec2d away;
+        for (const osg::Vec3d& axis : kAxes) {
+            const osg::Vec2d image = harness.project(axis) - centre;
+            away -= image / image.length();
         }
-        std::sort(std::begin(angles), std::end(angles));
-        double widest = 0.0;
-        double halfway = 0.0;
-        for (int k = 0; k < 3; ++k) {
-            const double next = k < 2 ? angles[k + 1] : angles[0] + 2 * osg::PI;
-            if (next - angles[k] > widest) {
-                widest = next - angles[k];
-                halfway = angles[k] + widest / 2;
-            }
-        }
-        return aroundCentre(osg::RadiansToDegrees(halfway), pixels);
+        return centre + away * (pixels / away.length());
     }
 };
 
@@ -114,81 +100,69 @@ protected:
 
 TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
 {
-    enum Handle
+    using C = Composite3DDragger;
+    // A handle: the axis and drag mode a grab gives, and the window point
+    // `pixels` beside it. Lines are counted from the middle of the 3 px line;
+    // squares and the screen handle are filled: counted from their edge.
+    struct Handle
     {
-        ARROW,
-        RING,
-        XY_SQUARE,
-        SCREEN_HANDLE,
-        VIEW_RING,
-        UNTURNED_VIEW_RING
+        int axis, mode;
+        bool optional;
+        std::function<osg::Vec2d(double pixels)> beside;
     };
+    const Handle xArrow{C::X_AXIS, 1, false, [&](double px) { return besideArrow(C::X_AXIS, px); }};
+    const Handle zRing{C::Z_AXIS, 2, false, [&](double px) { return besideRing(C::Z_AXIS, px); }};
+    const Handle xySquare{C::Z_AXIS, 4, true, [&](double px) { return besideXYSquare(px); }};
+    const double ballRadius = Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS;
+    const Handle screenHandle{C::NO_AXIS, 5, true, [&](double px) {
+                                  return awayFromTheArrows(imagePixels(ballRadius) + px);
+                              }};
+    const Handle viewRing{C::NO_AXIS, 6, true,
+                          [&](double px) { return awayFromTheArrows(viewRingPixels() + px); }};
+    // The view ring faces the camera: nothing is left where it would be
+    // drawn unturned, in the XY plane.
+    const osg::Vec3d unturned(std::cos(kUnturnedRadians), std::sin(kUnturnedRadians), 0);
+    const Handle unturnedViewRing{
+        C::NO_AXIS, 0, true, [&](double) { return harness.project(unturned * kViewRingRadius); }};
     struct Case
     {
         const char* name;
-        Handle handle;
+        const Handle& handle;
         double pixels, tolerance;
         bool blocker, grabs;
     };
-    // Pixels are counted from the middle of the 3 px line.
     const Case cases[] = {
-        {"ring 5 px out, tolerance 8", RING, 5, kTolerance, false, true},
-        {"ring 9 px out: 7.5 px from its line", RING, 9, kTolerance, false, true},
-        {"ring 11 px out", RING, 11, kTolerance, false, false},
-        {"ring 5 px out, option off", RING, 5, 0, false, false},
+        {"ring 5 px out, tolerance 8", zRing, 5, kTolerance, false, true},
+        {"ring 9 px out: 7.5 px from its line", zRing, 9, kTolerance, false, true},
+        {"ring 11 px out", zRing, 11, kTolerance, false, false},
+        {"ring 5 px out, option off", zRing, 5, 0, false, false},
         // The arrow's own pick cylinder reaches about 6 px at this distance.
-        {"arrow 9 px beside: 7.5 px from its line", ARROW, 9, kTolerance, false, true},
-        {"arrow 11 px beside", ARROW, 11, kTolerance, false, false},
-        {"arrow 9 px beside, option off", ARROW, 9, 0, false, false},
-        {"ring behind an object in front", RING, 5, kTolerance, true, false},
-        // Squares and the screen handle are filled: counted from their edge.
-        {"XY square 5 px beside", XY_SQUARE, 5, kTolerance, false, true},
-        {"XY square 12 px beside", XY_SQUARE, 12, kTolerance, false, false},
-        {"XY square 5 px beside, option off", XY_SQUARE, 5, 0, false, false},
-        {"screen handle 5 px beside", SCREEN_HANDLE, 5, kTolerance, false, true},
-        {"screen handle 12 px beside", SCREEN_HANDLE, 12, kTolerance, false, false},
-        {"view ring 5 px out", VIEW_RING, 5, kTolerance, false, true},
-        {"view ring 12 px out", VIEW_RING, 12, kTolerance, false, false},
-        // The view ring faces the camera: nothing is left where it would be
-        // drawn unturned, in the XY plane.
-        {"where an unturned view ring would be", UNTURNED_VIEW_RING, 0, kTolerance, false, false},
-    };
-    const int axisOf[] = {Composite3DDragger::X_AXIS,  Composite3DDragger::Z_AXIS,
-                          Composite3DDragger::Z_AXIS,  Composite3DDragger::NO_AXIS,
-                          Composite3DDragger::NO_AXIS, Composite3DDragger::NO_AXIS};
-    const int modeOf[] = {1, 2, 4, 5, 6, 0};
-    const auto pointBeside = [this](const Case& c) {
-        switch (c.handle) {
-        case ARROW:
-            return besideArrow(Composite3DDragger::X_AXIS, c.pixels);
-        case RING:
-            return besideRing(Composite3DDragger::Z_AXIS, c.pixels);
-        case XY_SQUARE:
-            return besideXYSquare(c.pixels);
-        case SCREEN_HANDLE:
-            return betweenArrows(imagePixels(Rk::ExtraHandlesDragger::SCREEN_HANDLE_RADIUS) +
-                                 c.pixels);
-        case VIEW_RING:
-            return betweenArrows(viewRingPixels() + c.pixels);
-        default:
-            return harness.project(
-                osg::Vec3d(std::cos(kUnturnedRadians), std::sin(kUnturnedRadians), 0) *
-                kViewRingRadius);
-        }
+        {"arrow 9 px beside: 7.5 px from its line", xArrow, 9, kTolerance, false, true},
+        {"arrow 11 px beside", xArrow, 11, kTolerance, false, false},
+        {"arrow 9 px beside, option off", xArrow, 9, 0, false, false},
+        {"ring behind an object in front", zRing, 5, kTolerance, true, false},
+        {"XY square 5 px beside", xySquare, 5, kTolerance, false, true},
+        {"XY square 12 px beside", xySquare, 12, kTolerance, false, false},
+        {"XY square 5 px beside, option off", xySquare, 5, 0, false, false},
+        {"screen handle 5 px beside", screenHandle, 5, kTolerance, false, true},
+        {"screen handle 12 px beside", screenHandle, 12, kTolerance, false, false},
+        {"view ring 5 px out", viewRing, 5, kTolerance, false, true},
+        {"view ring 12 px out", viewRing, 12, kTolerance, false, false},
+        {"where an unturned view ring would be", unturnedViewRing, 0, kTolerance, false, false},
     };
     dragger->setHoverHighlight(true);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        showExtraHandles(c.handle >= XY_SQUARE);
-        harness.lookAt(c.handle == XY_SQUARE ? kAbove : kEye, osg::Vec3d(),
-                       c.handle == XY_SQUARE ? osg::Y_AXIS : osg::Z_AXIS);
-        const osg::Vec2d at = pointBeside(c);
+        showExtraHandles(c.handle.optional);
+        const bool above = &c.handle == &xySquare;
+        harness.lookAt(above ? kAbove : kEye, osg::Vec3d(), above ? osg::Y_AXIS : osg::Z_AXIS);
+        const osg::Vec2d at = c.handle.beside(c.pixels);
         osg::ref_ptr<osg::Geode> blocker = new osg::Geode;
         if (c.blocker) {
-            const osg::Vec3d behind = harness.unproject(at, dragger->getMatrix().getTrans(),
-                                                        kEye - dragger->getMatrix().getTrans());
+            // Halfway to the ring point beside which the pointer is: some 20 px wide.
+            const osg::Vec3d onRing = worldOf(ring(2), ringPoint(kRingDegrees));
             blocker->addDrawable(
-                new osg::ShapeDrawable(new osg::Sphere((kEye + behind) * 0.5, 0.05f)));
+                new osg::ShapeDrawable(new osg::Sphere((kEye + onRing) * 0.5, 0.05f)));
             harness.root()->addChild(blocker.get());
         }
         dragger->setPickTolerance(c.tolerance);
@@ -206,8 +180,8 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
 
         if (c.grabs) {
             EXPECT_EQ(dragger->hoveredHandle(), hovered);
-            EXPECT_EQ(dragger->activeAxis(), axisOf[c.handle]);
-            EXPECT_EQ(dragger->dragMode(), modeOf[c.handle]);
+            EXPECT_EQ(dragger->activeAxis(), c.handle.axis);
+            EXPECT_EQ(dragger->dragMode(), c.handle.mode);
         }
         harness.drag(at + osg::Vec2d(12, 12));
         harness.release(at + osg::Vec2d(12, 12));
@@ -269,7 +243,7 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     EXPECT_EQ(shownColour(arrow(0)), kRed);
     harness.release(osg::Vec2d(20, 20));
     EXPECT_EQ(dragger->hoveredHandle(), nullptr);
-    EXPECT_EQ(shownColour(ring(2)), kBlue);
+    EXPECT_EQ(shownColour(ring(2)), kAxisColours[2]);
     store.pose = osg::Matrixd();
     dragger->setMatrix(store.pose);
 
@@ -384,9 +358,7 @@ TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
     harness.lookAt(osg::Vec3d(0.02, 0.01, 0.03), osg::Vec3d(1, 1, 0), osg::Z_AXIS);
     for (const osg::Vec2d& at : {osg::Vec2d(400, 300), osg::Vec2d(10, 10), osg::Vec2d(267, 360)}) {
         harness.move(at);
-        harness.press(at);
-        harness.drag(at + osg::Vec2d(15, 15));
-        harness.release(at + osg::Vec2d(15, 15));
+        harness.dragFromTo(at, at + osg::Vec2d(15, 15), 1);
         EXPECT_TRUE(Rk::isFinite(dragger->getMatrix()));
     }
     showExtraHandles(false);

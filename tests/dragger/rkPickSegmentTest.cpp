@@ -86,23 +86,23 @@ osg::ref_ptr<FrameDragger> shownFrameDragger(bool autoScaleToScreen, int handleS
 TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
 {
     RkTest::ViewerHarness harness(RkTest::kSceneEye);
-    osg::ref_ptr<FrameDragger> turned = shownFrameDragger(false);
-    turned->setMatrix(osg::Matrixd::rotate(0.7, osg::Vec3d(1, 2, 3)) *
-                      osg::Matrixd::translate(0.2, -0.1, 0.3));
-    turned->setScale(0.6);
-    // The optional handles: squares, the ball and the camera-facing view ring.
-    osg::ref_ptr<FrameDragger> fullTurned = shownFrameDragger(false, RkTest::kAllExtraHandles);
-    fullTurned->setMatrix(turned->getMatrix());
-    fullTurned->setScale(0.6);
+    const auto turned = [](int handleSet) {
+        osg::ref_ptr<FrameDragger> dragger = shownFrameDragger(false, handleSet);
+        dragger->setMatrix(osg::Matrixd::rotate(0.7, osg::Vec3d(1, 2, 3)) *
+                           osg::Matrixd::translate(0.2, -0.1, 0.3));
+        dragger->setScale(0.6);
+        return dragger;
+    };
     osg::ref_ptr<Rk::RotateDragger> rotate = new Rk::RotateDragger(nullptr, false);
     rotate->setupDefaultGeometry();
     rotate->setScale(1.7);
     rotate->showDraggers(true);
     const std::pair<const char*, osg::ref_ptr<osg::Node>> rows[] = {
         {"frame dragger at the origin", shownFrameDragger(false)},
-        {"frame dragger turned, moved and scaled", turned},
+        {"frame dragger turned, moved and scaled", turned(0)},
+        // The optional handles: squares, the ball and the camera-facing view ring.
         {"every optional handle", shownFrameDragger(false, RkTest::kAllExtraHandles)},
-        {"every optional handle, turned, moved and scaled", fullTurned},
+        {"every optional handle, turned, moved and scaled", turned(RkTest::kAllExtraHandles)},
         {"rings under the screen-scaling chain", shownFrameDragger(true)},
         {"standalone rotate dragger, scaled", rotate}};
     for (const auto& [name, dragger] : rows) {

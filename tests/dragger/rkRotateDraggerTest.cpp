@@ -102,7 +102,6 @@ const double kAngleTolerance = 0.01;
 
 TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfTheSizesGiven)
 {
-    PoseStore store;
     osg::ref_ptr<RotateDragger> dragger = new RotateDragger(nullptr, false);
     dragger->setupDefaultGeometry();
     for (int axis = 0; axis < 3; ++axis) {
@@ -122,7 +121,7 @@ TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfThe
     EXPECT_NEAR(firstVertex(geode->getDrawable(1)).x(), 0.8f, 1e-6f) << "ring";
 
     // Screen-sized rings hang below an anti-squish, an auto-transform and a scale of 50.
-    dragger = new RotateDragger(store.makeReceiver(), true);
+    dragger = new RotateDragger(nullptr, true);
     dragger->setupDefaultGeometry();
     auto* antiSquish = dynamic_cast<osgManipulator::AntiSquish*>(dragger->getChild(0));
     ASSERT_NE(antiSquish, nullptr);
@@ -136,31 +135,11 @@ TEST(RotateDragger, DefaultGeometrySharesOneTorusGeodeAmongTheColouredRingsOfThe
     EXPECT_EQ(scale50->getChild(0), dragger->getDragger(0));
 }
 
-TEST(RotateDragger, TurningARingTurnsThePoseAboutItsAxisAndWritesAtRelease)
+// Each press measures from the pose at that press, starting from zero. (The
+// turn of each ring and its write at the release: RingTurn, below.)
+TEST(RotateDragger, EachPressTurnsOnFromThePoseAtThatPress)
 {
     ViewerHarness harness;
-    for (int axis = 0; axis < 3; ++axis) {
-        SCOPED_TRACE(axis);
-        RingScene scene(harness, 1.0, false, kViewDistance);
-        scene.lookAtRing(axis, 80.0, -45.0, kViewDistance);
-        RotateDragger& dragger = *scene.dragger;
-        scene.trace(axis, 40, 70, 3);
-        EXPECT_TRUE(scene.store.writes.empty());
-        EXPECT_EQ(dragger.activeAxis(), axis);
-        EXPECT_EQ(dragger.dragMode(), RotateDragger::ROTATION_DRAG_MODE);
-        EXPECT_NEAR(dragger.commandValue(), kThirtyDegrees, kAngleTolerance);
-        EXPECT_NEAR(turnAbout(dragger.getMatrix(), kAxes[axis]), dragger.commandValue(), 1e-9);
-        harness.release(harness.project(scene.ringPoint(axis, 70)));
-
-        ASSERT_EQ(scene.store.writes.size(), 1u);
-        const osg::Matrixd& pose = scene.store.pose;
-        EXPECT_NEAR(turnAbout(pose, kAxes[axis]), dragger.commandValue(), 1e-6);
-        EXPECT_TRUE(closeTo(osg::Matrixd::transform3x3(kAxes[axis], pose), kAxes[axis], 1e-6))
-            << "the axis itself stays put";
-        EXPECT_EQ(dragger.activeAxis(), axis);
-    }
-
-    // Each press measures from the pose at that press, starting from zero.
     RingScene scene(harness, 1.0, false, kViewDistance);
     scene.lookAtRing(2, 80.0, -45.0, kViewDistance);
     const auto release = [&](double degrees) {
@@ -224,8 +203,11 @@ TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingA
                     // The near half of the ring, where no other ring crosses it.
                     const std::vector<double> turns =
                         scene.trace(axis, azimuth - 15.0, azimuth + 15.0, events);
-                    EXPECT_EQ(scene.dragger->activeAxis(), axis);
+                    const RotateDragger& dragger = *scene.dragger;
+                    EXPECT_EQ(dragger.activeAxis(), axis);
+                    EXPECT_EQ(dragger.dragMode(), RotateDragger::ROTATION_DRAG_MODE);
                     EXPECT_NEAR(osg::RadiansToDegrees(turns.back()), 30.0, 1.0);
+                    EXPECT_NEAR(turnAbout(dragger.getMatrix(), kAxes[axis]), turns.back(), 1e-9);
                     // A slow drag (one degree of the ring per event) never jumps.
                     double before = 0.0;
                     for (size_t i = 0; events == 30 && i < turns.size(); ++i) {
@@ -233,6 +215,15 @@ TEST(RingTurn, TracingThirtyDegreesOfTheImageTurnsThirtyDegreesAtAnyViewSpacingA
                                   kMostPerSlowEvent);
                         before = turns[i];
                     }
+                    // Written once, at the release: turned about the ring's axis only.
+                    EXPECT_TRUE(scene.store.writes.empty());
+                    harness.release(harness.project(scene.ringPoint(axis, azimuth + 15.0)));
+                    ASSERT_EQ(scene.store.writes.size(), 1u);
+                    const osg::Matrixd& pose = scene.store.pose;
+                    EXPECT_NEAR(turnAbout(pose, kAxes[axis]), dragger.commandValue(), 1e-6);
+                    EXPECT_TRUE(
+                        closeTo(osg::Matrixd::transform3x3(kAxes[axis], pose), kAxes[axis], 1e-6));
+                    EXPECT_EQ(dragger.activeAxis(), axis);
                 }
             }
         }
@@ -251,8 +242,9 @@ TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
         std::function<std::vector<osg::Vec2d>(RingScene&)> path;
         double finalDegrees, finalTolerance, mostPerEvent;
     };
-    auto arc = [](RingScene& scene, double from, double to, int events) {
-        std::vector<osg::Vec2d> points;
+    // `points` and then the ring's points from `from` to `to` degrees in `events` steps.
+    auto arc = [](RingScene& scene, double from, double to, int events,
+                  std::vector<osg::Vec2d> points = {}) {
         for (int i = 0; i <= events; ++i)
             points.push_back(
                 scene.harness.project(scene.ringPoint(2, from + (to - from) * i / events)));
@@ -264,10 +256,7 @@ TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
              // Only the Z ring's torus, thick enough to cover its centre.
              scene.dragger->xDragger()->setNodeMask(0);
              scene.dragger->yDragger()->setNodeMask(0);
-             std::vector<osg::Vec2d> points{scene.harness.project(osg::Vec3d())};
-             for (const osg::Vec2d& point : arc(scene, 0.0, 30.0, 6))
-                 points.push_back(point);
-             return points;
+             return arc(scene, 0.0, 30.0, 6, {scene.harness.project(osg::Vec3d())});
          },
          30.0, 1.0, 6.0},
         {"pointer straight through the centre", 1.0, 90.0, kThickPickTube,
@@ -294,9 +283,7 @@ TEST(RingTurn, BadInputNeverGivesANonFinitePoseNorAJumpBeyondTheTracedAngle)
          [&](RingScene& scene) {
              std::vector<osg::Vec2d> points = arc(scene, -60.0, -45.0, 3);
              points.insert(points.end(), {nowhere, nowhere});
-             for (const osg::Vec2d& point : arc(scene, -45.0, -30.0, 3))
-                 points.push_back(point);
-             return points;
+             return arc(scene, -45.0, -30.0, 3, points);
          },
          30.0, 1.0, 10.0},
     };

@@ -17,9 +17,7 @@ protected:
     TranslateDraggerTest() : harness(kSceneEye)
     {
         dragger = new TranslateDragger(store.makeReceiver());
-        dragger->setupDefaultGeometry();
-        dragger->showDraggers(true);
-        harness.root()->addChild(dragger.get());
+        showIn(harness.root(), dragger.get());
     }
 
     /// Window point of the point `distance` along the arrow of `axis`.
@@ -41,9 +39,7 @@ osg::Vec3d tipOf(const osgManipulator::Dragger* handle)
 
 } // namespace
 
-TEST(
-    TranslateDragger,
-    DefaultGeometrySharesShaftAndHeadAmongColouredArrowsThatScaleOnTheirAxesAndTakesItsSizesAtTheNextSetup)
+TEST(TranslateDragger, SharedColouredArrowsScaleOnTheirAxesAndTakeTheirSizesAtTheNextSetup)
 {
     osg::ref_ptr<TranslateDragger> dragger = new TranslateDragger(nullptr);
     dragger->setupDefaultGeometry();

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <osgViewer/Viewer>
+#include <osgViewer/config/SingleWindow>
 
 #include <cstdlib>
 
@@ -17,30 +18,19 @@ osg::ref_ptr<osgViewer::Viewer> openView(osg::Node* scene, const osg::Vec3d& eye
 {
     if (!std::getenv("DISPLAY"))
         return nullptr;
-    osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;
-    traits->readDISPLAY();
-    traits->width = kWidth;
-    traits->height = kHeight;
-    traits->windowDecoration = false;
-    traits->doubleBuffer = true;
-    osg::ref_ptr<osg::GraphicsContext> window =
-        osg::GraphicsContext::createGraphicsContext(traits.get());
+    osg::ref_ptr<osgViewer::Viewer> viewer = new osgViewer::Viewer;
+    viewer->apply(new osgViewer::SingleWindow(0, 0, kWidth, kHeight));
+    osg::Camera* camera = viewer->getCamera();
+    auto* window = dynamic_cast<osgViewer::GraphicsWindow*>(camera->getGraphicsContext());
     if (!window || !window->valid())
         return nullptr;
-    osg::ref_ptr<osgViewer::Viewer> viewer = new osgViewer::Viewer;
     viewer->setThreadingModel(osgViewer::Viewer::SingleThreaded);
     viewer->setSceneData(scene);
-    viewer->setCameraManipulator(nullptr);
     viewer->setKeyEventSetsDone(0);
-    osg::Camera* camera = viewer->getCamera();
-    camera->setGraphicsContext(window.get());
-    camera->setViewport(0, 0, kWidth, kHeight);
     camera->setProjectionMatrixAsPerspective(30.0, double(kWidth) / kHeight, 0.1, 100.0);
     camera->setViewMatrixAsLookAt(eye, osg::Vec3d(), osg::Z_AXIS);
     viewer->realize();
-    static_cast<osgViewer::GraphicsWindow*>(window.get())
-        ->getEventQueue()
-        ->windowResize(0, 0, kWidth, kHeight);
+    window->getEventQueue()->windowResize(0, 0, kWidth, kHeight);
     return viewer;
 }
 

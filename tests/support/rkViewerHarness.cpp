@@ -1,7 +1,5 @@
 #include "rkViewerHarness.h"
 
-#include <osg/Plane>
-
 namespace RkTest {
 
 ViewerHarness::ViewerHarness(const osg::Vec3d& eye)
@@ -18,45 +16,19 @@ ViewerHarness::ViewerHarness(const osg::Vec3d& eye)
     frame();
 }
 
-namespace {
-
-/// Between y counted down from the top and y counted up from the bottom: the
-/// viewer's event traversal takes a y-down window row r to HEIGHT - 1 - r.
-double windowRowFlip(double y)
-{
-    return ViewerHarness::HEIGHT - 1 - y;
-}
-
-} // namespace
-
 void ViewerHarness::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up)
 {
     m_viewer->getCamera()->setViewMatrixAsLookAt(eye, center, up);
 }
 
-osg::Matrixd ViewerHarness::toWindow() const
-{
-    const osg::Camera* camera = m_viewer->getCamera();
-    return camera->getViewMatrix() * camera->getProjectionMatrix() *
-           camera->getViewport()->computeWindowMatrix();
-}
-
 osg::Vec2d ViewerHarness::project(const osg::Vec3d& world) const
 {
-    const osg::Vec3d window = world * toWindow();
-    return osg::Vec2d(window.x(), windowRowFlip(window.y()));
-}
-
-osg::Vec3d ViewerHarness::unproject(const osg::Vec2d& window, const osg::Vec3d& onPlane,
-                                    const osg::Vec3d& normal) const
-{
-    const osg::Matrixd fromWindow = osg::Matrixd::inverse(toWindow());
-    const double y = windowRowFlip(window.y());
-    const osg::Vec3d nearPoint = osg::Vec3d(window.x(), y, 0.0) * fromWindow;
-    const osg::Vec3d farPoint = osg::Vec3d(window.x(), y, 1.0) * fromWindow;
-    const osg::Vec3d direction = farPoint - nearPoint;
-    const double t = ((onPlane - nearPoint) * normal) / (direction * normal);
-    return nearPoint + direction * t;
+    const osg::Camera* camera = m_viewer->getCamera();
+    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
+                                  camera->getViewport()->computeWindowMatrix();
+    const osg::Vec3d window = world * toWindow;
+    // The viewer's event traversal takes a y-down window row r to the y-up row HEIGHT - 1 - r.
+    return osg::Vec2d(window.x(), HEIGHT - 1 - window.y());
 }
 
 bool ViewerHarness::traverse(osgGA::GUIEventAdapter* event)

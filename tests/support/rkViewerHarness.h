@@ -32,10 +32,6 @@ public:
     void lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up);
     /// The window point (y down) where the world point `world` is seen.
     osg::Vec2d project(const osg::Vec3d& world) const;
-    /// The world point on the plane through `onPlane` with normal `normal`
-    /// that is seen at window point `window` (y down).
-    osg::Vec3d unproject(const osg::Vec2d& window, const osg::Vec3d& onPlane,
-                         const osg::Vec3d& normal) const;
 
     bool press(const osg::Vec2d& at, int button = osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
     bool drag(const osg::Vec2d& at);
@@ -54,8 +50,6 @@ public:
     void dragFromTo(const osg::Vec2d& from, const osg::Vec2d& to, int steps = 4);
 
 private:
-    /// World to window (y up) through the camera's view, projection and viewport.
-    osg::Matrixd toWindow() const;
     bool traverse(osgGA::GUIEventAdapter* event);
 
     osg::ref_ptr<osgViewer::Viewer> m_viewer;
