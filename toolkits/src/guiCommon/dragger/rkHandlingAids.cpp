@@ -125,8 +125,10 @@ void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgView
 
 void HandlingAids::fadeFor(osgViewer::View& view)
 {
-    if (m_viewAngleLimit > 0.0 && cameraOf(view))
-        m_fader.update(*cameraOf(view), m_owner, m_viewAngleLimit);
+    if (!(m_viewAngleLimit > 0.0))
+        return;
+    if (osg::Camera* camera = cameraOf(view))
+        m_fader.update(*camera, m_owner, m_viewAngleLimit);
 }
 
 void HandlingAids::afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view)
