@@ -23,14 +23,19 @@ bool acceptable(double value)
     return std::isfinite(value) && value >= 0.0;
 }
 
-// A hit on another dragger is that dragger's press; any other hit in the
-// dragger mask hides a handle behind it.
-bool blocks(const osgUtil::LineSegmentIntersector::Intersection& hit,
-            const HandleShapes::Nearest& candidate, const HandleShapes::Projection& projection)
+// A hit on a dragger is that dragger's press.
+bool onDragger(const osgUtil::LineSegmentIntersector::Intersection& hit)
 {
     for (const osg::Node* node : hit.nodePath)
         if (dynamic_cast<const osgManipulator::Dragger*>(node))
             return true;
+    return false;
+}
+
+// Any other hit in the dragger mask hides a handle behind it.
+bool nearer(const osgUtil::LineSegmentIntersector::Intersection& hit,
+            const HandleShapes::Nearest& candidate, const HandleShapes::Projection& projection)
+{
     const double hitDepth = -(hit.getWorldIntersectPoint() * projection.worldToEye).z();
     const double handleDepth = -(candidate.worldPoint * projection.worldToEye).z();
     return hitDepth < handleDepth;
@@ -175,11 +180,13 @@ HandleShapes::Nearest HandlingAids::nearbyHandle(const osgGA::GUIEventAdapter& e
 {
     if (!(m_pickTolerance > 0.0) || !insideEventRange(event))
         return HandleShapes::Nearest();
-    HandleShapes::Nearest nearest = m_shapes.nearestWithin(projection, m_pickTolerance);
-    if (!nearest.handle)
-        return nearest;
+    // A dragger under the pointer takes the press whatever lies near it:
+    // then no handle of this one needs measuring.
     const auto* first = PickCache::firstHit(view, event, m_owner.getIntersectionMask());
-    if (first && blocks(*first, nearest, projection))
+    if (first && onDragger(*first))
+        return HandleShapes::Nearest();
+    HandleShapes::Nearest nearest = m_shapes.nearestWithin(projection, m_pickTolerance);
+    if (nearest.handle && first && nearer(*first, nearest, projection))
         return HandleShapes::Nearest();
     return nearest;
 }
