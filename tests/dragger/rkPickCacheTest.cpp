@@ -1,6 +1,7 @@
-// The shared pick: every press over a grid of window points gives the same
-// outcome with one pick per event as with a fresh pick per dragger, in scenes
-// of several draggers, and one event costs one pick per view and mask.
+// The shared pick: every pointer move and press over a grid of window points
+// gives the same outcome with one pick per event as with a fresh pick per
+// dragger, in scenes of several draggers, and one event costs one pick per
+// view and mask.
 #include "rkPickCache.h"
 #include "rkFrameDragger.h"
 #include "rkGizmoTestHelpers.h"
@@ -11,6 +12,7 @@
 #include <osgViewer/CompositeViewer>
 #include <osgViewer/GraphicsWindow>
 
+#include <algorithm>
 #include <deque>
 #include <functional>
 #include <vector>
@@ -21,6 +23,7 @@ const int kWidth = 800;
 const int kHeight = 600;
 const osg::Vec3d kEyes[] = {osg::Vec3d(2.5, -5.0, 3.0), osg::Vec3d(-4.0, -3.0, 2.0)};
 const osg::Vec2d kDragOffset(12.0, -8.0);
+const double kTolerance = 8.0;
 
 // Does something at every other press, before the draggers after it in the
 // scene see the press: marks it handled, as a handler in front of the
@@ -182,7 +185,28 @@ const Arrangement kArrangements[] = {
          scene.draggers[1]->setDraggingEnabled(!dragging);
      }},
     {"two views, presses in both", 2, 3, 1},
+    {"hover and tolerance on, overlapping", 1, 3, 1,
+     [](Scene& scene) {
+         for (const osg::ref_ptr<Rk::FrameDragger>& dragger : scene.draggers) {
+             dragger->setHoverHighlight(true);
+             dragger->setPickTolerance(kTolerance);
+         }
+     }},
 };
+
+// Which handle of `dragger` is highlighted: 0 for none, else 1 to 6.
+double hoveredHandleOf(const Rk::FrameDragger& dragger)
+{
+    const osgManipulator::Dragger* handles[] = {nullptr,
+                                                dragger.translateDragger()->xDragger(),
+                                                dragger.translateDragger()->yDragger(),
+                                                dragger.translateDragger()->zDragger(),
+                                                dragger.rotateDragger()->xDragger(),
+                                                dragger.rotateDragger()->yDragger(),
+                                                dragger.rotateDragger()->zDragger()};
+    return double(std::find(std::begin(handles), std::end(handles), dragger.hoveredHandle()) -
+                  std::begin(handles));
+}
 
 struct PressRun
 {
@@ -191,9 +215,10 @@ struct PressRun
     int handledPresses = 0;
 };
 
-// Presses, drags and releases at every grid point in every view and records
-// what each step did: handled or not, each dragger's active axis and drag
-// mode after the press, each host pose after the release.
+// Moves, presses, drags and releases at every grid point in every view and
+// records what each step did: each dragger's highlighted handle after the
+// move, handled or not, each dragger's active axis and drag mode after the
+// press, each host pose after the release.
 PressRun outcomes(const Arrangement& arrangement, bool sharing)
 {
     Scene scene(arrangement.views, arrangement.draggers);
@@ -207,6 +232,10 @@ PressRun outcomes(const Arrangement& arrangement, bool sharing)
             if (arrangement.betweenPresses)
                 arrangement.betweenPresses(scene, point);
             for (int view = 0; view < arrangement.views; ++view) {
+                scene.traverse(scene.queue(view).mouseMotion(x, y));
+                for (const osg::ref_ptr<Rk::FrameDragger>& dragger : scene.draggers)
+                    if (dragger)
+                        record.push_back(hoveredHandleOf(*dragger));
                 const unsigned long long before = Rk::PickCache::computedPicks();
                 const bool handled = scene.traverse(scene.queue(view).mouseButtonPress(x, y, 1));
                 record.push_back(handled);

@@ -4,6 +4,7 @@
 #include "rkAxialShellBound.h"
 #include "rkDraggerUtility.h"
 #include "rkFrameDragger.h"
+#include "rkFrontIntersector.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkRotateDragger.h"
 
@@ -47,15 +48,21 @@ std::vector<Hit> pick(osg::Camera* camera, osgUtil::LineSegmentIntersector* inte
 }
 
 /// Picks at window point (x, y up) once as the viewer picks and once with
-/// the full traversal; every hit must be the same, bit for bit.
+/// the full traversal; every hit must be the same, bit for bit. A pick that
+/// skips what lies behind its nearest hit must find the same front hit.
 std::vector<Hit> expectSameHitsAt(osg::Camera* camera, double x, double y)
 {
     osg::ref_ptr<osgUtil::LineSegmentIntersector> viewerPick =
         new osgUtil::LineSegmentIntersector(osgUtil::Intersector::WINDOW, x, y);
     osg::ref_ptr<FullTraversalIntersector> fullPick =
         new FullTraversalIntersector(osgUtil::Intersector::WINDOW, x, y);
+    osg::ref_ptr<Rk::FrontIntersector> frontPick =
+        new Rk::FrontIntersector(osgUtil::Intersector::WINDOW, x, y);
     const std::vector<Hit> hits = pick(camera, viewerPick.get());
     EXPECT_TRUE(hits == pick(camera, fullPick.get())) << "at " << x << ", " << y;
+    const std::vector<Hit> front = pick(camera, frontPick.get());
+    EXPECT_TRUE(front.empty() == hits.empty() && (hits.empty() || front[0] == hits[0]))
+        << "front hit at " << x << ", " << y;
     return hits;
 }
 
@@ -93,6 +100,14 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
         dragger->setScale(0.6);
         return dragger;
     };
+    // Gizmos one behind another along the view, under transforms of their own.
+    osg::ref_ptr<osg::Group> row = new osg::Group;
+    for (int index = 0; index < 4; ++index) {
+        osg::ref_ptr<osg::MatrixTransform> place =
+            new osg::MatrixTransform(osg::Matrixd::translate(osg::Vec3d(-0.5, 1.0, -0.6) * index));
+        place->addChild(turned(index % 2 ? RkTest::kAllExtraHandles : 0));
+        row->addChild(place.get());
+    }
     osg::ref_ptr<Rk::RotateDragger> rotate = new Rk::RotateDragger(nullptr, false);
     rotate->setupDefaultGeometry();
     rotate->setScale(1.7);
@@ -104,6 +119,7 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
         {"every optional handle", shownFrameDragger(false, RkTest::kAllExtraHandles)},
         {"every optional handle, turned, moved and scaled", turned(RkTest::kAllExtraHandles)},
         {"rings under the screen-scaling chain", shownFrameDragger(true)},
+        {"gizmos one behind another", row},
         {"standalone rotate dragger, scaled", rotate}};
     for (const auto& [name, dragger] : rows) {
         SCOPED_TRACE(name);

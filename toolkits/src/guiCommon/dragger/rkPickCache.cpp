@@ -1,6 +1,7 @@
 #include "rkPickCache.h"
 
 #include "rkFinite.h"
+#include "rkFrontIntersector.h"
 
 #include <osg/Camera>
 #include <osgGA/GUIEventAdapter>
@@ -84,8 +85,8 @@ bool PickCache::Entry::matches(osgViewer::View& otherView, const osg::Camera* ot
                                osg::Node::NodeMask otherMask, bool frontOnly,
                                const osg::Node* owner) const
 {
-    return mask == otherMask && view.get() == &otherView && view.valid() &&
-           camera.get() == otherCamera && camera.valid() && otherCamera &&
+    return mask == otherMask && (complete || frontOnly) && view.get() == &otherView &&
+           view.valid() && camera.get() == otherCamera && camera.valid() && otherCamera &&
            sameBits(viewMatrix, otherCamera->getViewMatrix()) &&
            sameBits(projectionMatrix, otherCamera->getProjectionMatrix()) &&
            sameViewport(otherCamera->getViewport(), viewport) &&
@@ -161,7 +162,8 @@ PickCache::Located PickCache::locate(State& state, osgViewer::View& view,
 
 PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
                                          const osgGA::GUIEventAdapter& event,
-                                         const Located& located, osg::Node::NodeMask mask)
+                                         const Located& located, osg::Node::NodeMask mask,
+                                         bool frontOnly)
 {
     if (state.entries.size() >= kMaxEntriesPerEvent)
         state.entries.erase(state.entries.begin());
@@ -180,6 +182,9 @@ PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
         entry.viewport[3] = viewport->height();
     }
     entry.mask = mask;
+    // A press hands every hit to the dragger it picks; other events are
+    // decided by their front hit alone.
+    entry.complete = !frontOnly || event.getEventType() == osgGA::GUIEventAdapter::PUSH;
     ++state.computed;
     if (state.sharingDisabled) {
         view.computeIntersections(event.getX(), event.getY(), entry.unsharedHits, mask);
@@ -188,7 +193,9 @@ PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
         // intersector so that its hits need no copy.
         const osgUtil::Intersector::CoordinateFrame frame =
             camera->getViewport() ? osgUtil::Intersector::WINDOW : osgUtil::Intersector::PROJECTION;
-        entry.picker = new osgUtil::LineSegmentIntersector(frame, located.localX, located.localY);
+        entry.picker = entry.complete ? new osgUtil::LineSegmentIntersector(frame, located.localX,
+                                                                            located.localY)
+                                      : new FrontIntersector(frame, located.localX, located.localY);
         osgUtil::IntersectionVisitor visitor(entry.picker.get());
         visitor.setTraversalMask(mask);
         const_cast<osg::Camera*>(camera)->accept(visitor);
@@ -234,7 +241,7 @@ const PickCache::Entry& PickCache::lookUp(osgViewer::View& view,
             break;
         }
     }
-    return computePick(cache, view, event, located, mask);
+    return computePick(cache, view, event, located, mask, frontOnly);
 }
 
 const PickCache::Hits& PickCache::hits(osgViewer::View& view, const osgGA::GUIEventAdapter& event,

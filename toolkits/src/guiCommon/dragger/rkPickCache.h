@@ -66,6 +66,11 @@ public:
     /// only decides by the front hit. Only that hit's path is checked as
     /// above (a change behind it cannot change what is in front), so with
     /// many draggers asking about one event each one pays for one path.
+    /// For any event but a press, the pick this computes skips what lies
+    /// wholly behind the nearest hit found so far (`FrontIntersector`): the
+    /// same front hit, less work where a ray crosses many objects; a later
+    /// call for all the hits of that event computes the full pick. A press
+    /// always gets the full pick, since the dragger it picks takes every hit.
     /// The pointer stays valid until the next call.
     static const osgUtil::LineSegmentIntersector::Intersection*
     firstHit(osgViewer::View& view, const osgGA::GUIEventAdapter& event, osg::Node::NodeMask mask);
@@ -143,6 +148,8 @@ private:
         osg::Matrixd projectionMatrix;
         double viewport[4] = {0.0, 0.0, 0.0, 0.0};
         osg::Node::NodeMask mask = 0;
+        /// False for a pick of which only the front hit is sure (see firstHit).
+        bool complete = true;
         /// The intersector that made the pick: its hits are handed out as
         /// they are, without a copy. Null when no camera contains the pointer.
         osg::ref_ptr<osgUtil::LineSegmentIntersector> picker;
@@ -168,7 +175,7 @@ private:
     static Located locate(State& state, osgViewer::View& view, const osgGA::GUIEventAdapter& event);
     static Entry& computePick(State& state, osgViewer::View& view,
                               const osgGA::GUIEventAdapter& event, const Located& located,
-                              osg::Node::NodeMask mask);
+                              osg::Node::NodeMask mask, bool frontOnly);
     static void observePaths(Entry& entry);
 };
 

@@ -3,6 +3,7 @@
 #include "rkAxialShellBound.h"
 #include "rkFacingTransform.h"
 #include "rkFinite.h"
+#include "rkFrontIntersector.h"
 
 #include <osg/Billboard>
 #include <osg/Geode>
@@ -92,7 +93,8 @@ bool mayHitGeode(const osg::Geode& geode, osg::Vec3d start, osg::Vec3d end, doub
 PickSegment::PickSegment(osgUtil::IntersectionVisitor& visitor)
 {
     const osgUtil::Intersector* intersector = visitor.getIntersector();
-    if (!intersector || typeid(*intersector) != typeid(osgUtil::LineSegmentIntersector))
+    if (!intersector || (typeid(*intersector) != typeid(osgUtil::LineSegmentIntersector) &&
+                         typeid(*intersector) != typeid(FrontIntersector)))
         return;
     const auto* segment = static_cast<const osgUtil::LineSegmentIntersector*>(intersector);
     // The same transformation with which the visitor takes the segment into

@@ -1,0 +1,68 @@
+#include "rkFrontIntersector.h"
+
+#include "rkFinite.h"
+
+#include <osgUtil/IntersectionVisitor>
+
+#include <cmath>
+
+namespace Rk {
+
+namespace {
+
+// Relative slack, per unit of the segment's coordinates, for the rounding of
+// single-precision bounds and of the hits' ratios.
+const double kMarginPerUnit = 1e-6;
+
+} // namespace
+
+FrontIntersector::FrontIntersector(CoordinateFrame frame, double x, double y)
+    : LineSegmentIntersector(frame, x, y)
+{
+}
+
+FrontIntersector::FrontIntersector(const osg::Vec3d& start, const osg::Vec3d& end,
+                                   FrontIntersector& root)
+    : LineSegmentIntersector(start, end)
+{
+    _parent = &root;
+    setIntersectionLimit(root.getIntersectionLimit());
+    setPrecisionHint(root.getPrecisionHint());
+}
+
+osgUtil::Intersector* FrontIntersector::clone(osgUtil::IntersectionVisitor& visitor)
+{
+    // The segment taken into the frame of the node being entered, exactly as
+    // the plain intersector's clone takes it.
+    if (getCoordinateFrame() == MODEL && visitor.getModelMatrix() == nullptr)
+        return new FrontIntersector(getStart(), getEnd(), *this);
+    const osg::Matrixd toLocal = getTransformation(visitor, getCoordinateFrame());
+    return new FrontIntersector(getStart() * toLocal, getEnd() * toLocal, *this);
+}
+
+bool FrontIntersector::enter(const osg::Node& node)
+{
+    if (!LineSegmentIntersector::enter(node))
+        return false;
+    return !node.isCullingActive() || !whollyBehindFront(node.getBound());
+}
+
+bool FrontIntersector::whollyBehindFront(const osg::BoundingSphere& sphere)
+{
+    const Intersections& found = getIntersections();
+    if (found.empty() || !sphere.valid())
+        return false;
+    const osg::Vec3d direction = getEnd() - getStart();
+    const double length = direction.length();
+    const osg::Vec3d toCentre = osg::Vec3d(sphere.center()) - getStart();
+    if (!(length > 0.0) || !isFinite(direction) || !isFinite(toCentre))
+        return false;
+    // Every point of the sphere projects onto the segment's line within
+    // `radius` of the centre's projection: its ratio is at least `nearest`.
+    const double margin = kMarginPerUnit * (1.0 + getStart().length() + getEnd().length());
+    const double nearest =
+        (toCentre * direction) / (length * length) - (sphere.radius() + margin) / length;
+    return nearest > found.begin()->ratio;
+}
+
+} // namespace Rk
