@@ -2,6 +2,8 @@
 
 #include "rkFinite.h"
 
+#include <osg/Camera>
+#include <osg/Projection>
 #include <osgUtil/IntersectionVisitor>
 
 #include <cmath>
@@ -13,6 +15,18 @@ namespace {
 // Relative slack, per unit of the segment's coordinates, for the rounding of
 // single-precision bounds and of the hits' ratios.
 const double kMarginPerUnit = 1e-6;
+
+// Whether `node`'s bound lies in the frame of its parent, the frame of the
+// segment that decides whether to enter it. A camera or a projection node
+// maps what is below it through matrices of its own, and a transform with an
+// absolute reference frame ignores the frames above it.
+bool boundInParentFrame(const osg::Node& node)
+{
+    if (node.asCamera() || dynamic_cast<const osg::Projection*>(&node))
+        return false;
+    const osg::Transform* transform = node.asTransform();
+    return !transform || transform->getReferenceFrame() == osg::Transform::RELATIVE_RF;
+}
 
 } // namespace
 
@@ -44,7 +58,8 @@ bool FrontIntersector::enter(const osg::Node& node)
 {
     if (!LineSegmentIntersector::enter(node))
         return false;
-    return !node.isCullingActive() || !whollyBehindFront(node.getBound());
+    return !node.isCullingActive() || !boundInParentFrame(node) ||
+           !whollyBehindFront(node.getBound());
 }
 
 bool FrontIntersector::whollyBehindFront(const osg::BoundingSphere& sphere)

@@ -22,7 +22,10 @@ namespace Rk {
 /// sphere, grown by a rounding margin, projects onto the segment beyond the
 /// front hit's ratio. Nodes without culling, invalid spheres and
 /// non-finite segments are always entered, as the plain intersector enters
-/// them. The intersection limit and precision hint are passed on to the
+/// them, and so are cameras, projection nodes and transforms with an
+/// absolute reference frame: what lies below them is picked through
+/// matrices of their own, so their bound says nothing about where along
+/// the segment their hits can lie. The intersection limit and precision hint are passed on to the
 /// clones as the plain intersector does.
 class FrontIntersector : public osgUtil::LineSegmentIntersector
 {
