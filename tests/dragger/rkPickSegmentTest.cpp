@@ -9,6 +9,7 @@
 #include "rkRotateDragger.h"
 
 #include <gtest/gtest.h>
+#include <osg/Camera>
 #include <osg/ShapeDrawable>
 #include <osgUtil/IntersectionVisitor>
 #include <osgUtil/LineSegmentIntersector>
@@ -108,6 +109,16 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
         place->addChild(turned(index % 2 ? RkTest::kAllExtraHandles : 0));
         row->addChild(place.get());
     }
+    // And one drawn over the scene by a HUD camera, in window pixels.
+    osg::ref_ptr<osg::Camera> hud = new osg::Camera;
+    hud->setReferenceFrame(osg::Transform::ABSOLUTE_RF);
+    hud->setProjectionMatrixAsOrtho(0, RkTest::ViewerHarness::WIDTH, 0,
+                                    RkTest::ViewerHarness::HEIGHT, -1000, 1000);
+    osg::ref_ptr<osg::MatrixTransform> inPixels = new osg::MatrixTransform(
+        osg::Matrixd::scale(osg::Vec3d(150, 150, 150)) * osg::Matrixd::translate(500, 250, 0));
+    inPixels->addChild(turned(0));
+    hud->addChild(inPixels.get());
+    row->addChild(hud.get());
     osg::ref_ptr<Rk::RotateDragger> rotate = new Rk::RotateDragger(nullptr, false);
     rotate->setupDefaultGeometry();
     rotate->setScale(1.7);
@@ -119,7 +130,7 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
         {"every optional handle", shownFrameDragger(false, RkTest::kAllExtraHandles)},
         {"every optional handle, turned, moved and scaled", turned(RkTest::kAllExtraHandles)},
         {"rings under the screen-scaling chain", shownFrameDragger(true)},
-        {"gizmos one behind another", row},
+        {"gizmos one behind another, and one on a HUD", row},
         {"standalone rotate dragger, scaled", rotate}};
     for (const auto& [name, dragger] : rows) {
         SCOPED_TRACE(name);
