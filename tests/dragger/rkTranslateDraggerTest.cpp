@@ -1,9 +1,14 @@
 #include "rkTranslateDragger.h"
+#include "rkFinite.h"
 #include "rkGizmoTestHelpers.h"
+#include "rkRootPath.h"
 
 #include <gtest/gtest.h>
 #include <osg/LineWidth>
 #include <osg/ShapeDrawable>
+
+#include <tuple>
+#include <vector>
 
 using Rk::Composite3DDragger;
 using Rk::TranslateDragger;
@@ -163,24 +168,76 @@ TEST_F(TranslateDraggerTest, ActiveAxisRecoloursOnlyOnAChangeAndTheChildSearchPr
     EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::X_AXIS);
 }
 
-TEST(Translate1DDragger, KeptPickColourStaysAfterTheRelease)
+namespace {
+
+/// A composite without receiver (it stays where the drag leaves it) with one
+/// arrow `handle` along X, with the translate dragger's arrow shapes.
+osg::ref_ptr<Composite3DDragger> oneArrowDragger(osgManipulator::Translate1DDragger* handle)
 {
-    ViewerHarness harness(kSceneEye);
-    // A composite without receiver (it stays where the drag leaves it) with
-    // one arrow along X that keeps its pick colour.
     osg::ref_ptr<Composite3DDragger> dragger =
         new Composite3DDragger(static_cast<Rk::DraggerReceiver*>(nullptr));
-    osg::ref_ptr<Rk::Translate1DDragger> arrow =
-        new Rk::Translate1DDragger(osg::Vec3d(), osg::Z_AXIS, true);
-    dragger->addChild(arrow.get());
-    dragger->addDragger(arrow.get());
+    dragger->addChild(handle);
+    dragger->addDragger(handle);
     dragger->setParentDragger(dragger.get());
     osg::ref_ptr<TranslateDragger> shapes = new TranslateDragger(nullptr);
     shapes->setupDefaultGeometry();
-    arrow->addChild(shapes->zDragger()->getChild(1));
-    arrow->setMatrix(osg::Matrixd::rotate(osg::Z_AXIS, osg::X_AXIS));
-    arrow->setColor(kRed);
+    handle->addChild(shapes->zDragger()->getChild(1));
+    handle->setMatrix(osg::Matrixd::rotate(osg::Z_AXIS, osg::X_AXIS));
+    handle->setColor(kRed);
     dragger->showDraggers(true);
+    return dragger;
+}
+
+} // namespace
+
+TEST(Translate1DDragger, PressesAndDragsBitForBitAsOsgManipulatorsArrowWhereverItStands)
+{
+    const osg::Matrixd placed =
+        osg::Matrixd::rotate(0.4, osg::Vec3d(1, 1, 0)) * osg::Matrixd::translate(-0.3, 0.2, 0.1);
+    // Where the dragger stands: its place, and a second parent (the press
+    // frame then follows the first one, as osgManipulator's does).
+    const std::vector<std::tuple<const char*, osg::Matrixd, bool>> rows = {
+        {"directly below the root", osg::Matrixd(), false},
+        {"below a transform", placed, false},
+        {"below a transform and a second parent", placed, true},
+    };
+    for (const auto& [name, place, secondParent] : rows) {
+        osg::Matrixd moved[2];
+        for (bool library : {true, false}) {
+            ViewerHarness harness(kSceneEye);
+            osg::ref_ptr<osgManipulator::Translate1DDragger> arrow =
+                library ? new Rk::Translate1DDragger(osg::Vec3d(), osg::Z_AXIS, false)
+                        : new osgManipulator::Translate1DDragger(osg::Vec3d(), osg::Z_AXIS);
+            osg::ref_ptr<Composite3DDragger> dragger = oneArrowDragger(arrow.get());
+            osg::ref_ptr<osg::MatrixTransform> transform = new osg::MatrixTransform(place);
+            transform->addChild(dragger.get());
+            harness.root()->addChild(transform.get());
+            osg::ref_ptr<osg::Group> secondPlace = new osg::Group;
+            if (secondParent) {
+                secondPlace->addChild(dragger.get());
+                harness.root()->addChild(secondPlace.get());
+            }
+
+            osg::NodePath pathToRoot;
+            osgManipulator::computeNodePathToRoot(*arrow, pathToRoot);
+            EXPECT_TRUE(Rk::sameBits(Rk::RootPath::localToWorld(*arrow),
+                                     osg::computeLocalToWorld(pathToRoot)))
+                << name;
+            harness.dragFromTo(harness.project(osg::Vec3d(0.5, 0, 0) * place),
+                               harness.project(osg::Vec3d(0.7, 0.1, 0) * place));
+            moved[library] = dragger->getMatrix();
+        }
+        EXPECT_FALSE(moved[true].isIdentity()) << name;
+        EXPECT_TRUE(Rk::sameBits(moved[true], moved[false])) << name;
+    }
+}
+
+TEST(Translate1DDragger, KeptPickColourStaysAfterTheRelease)
+{
+    ViewerHarness harness(kSceneEye);
+    osg::ref_ptr<Rk::Translate1DDragger> arrow =
+        new Rk::Translate1DDragger(osg::Vec3d(), osg::Z_AXIS, true);
+    osg::ref_ptr<Composite3DDragger> dragger = oneArrowDragger(arrow.get());
     harness.root()->addChild(dragger.get());
 
     harness.dragFromTo(harness.project(osg::Vec3d(0.5, 0, 0)), harness.project({0.7, 0, 0}));

@@ -1,5 +1,6 @@
 #include "rkComposite3DDragger.h"
 
+#include "rkDraggerSelfUpdate.h"
 #include "rkFinite.h"
 #include "rkPickCache.h"
 #include "rkRenderTypes.h"
@@ -67,6 +68,7 @@ void Composite3DDragger::initialise(Rk::DraggerReceiver* receiver)
     m_referenceFrame = kIdentityRotation;
     m_receiverUpdate = true;
     m_receiverFollow = true;
+    _selfUpdater = new DraggerSelfUpdate(this);
     setNodeMask(0);
     setReceiver(receiver);
     setIntersectionMask(DRAGGER_MASK);

@@ -1,7 +1,9 @@
 #include "rkPlaneHandle.h"
 
 #include "rkFinite.h"
-#include "rkHandleShapes.h"
+#include "rkRootPath.h"
+
+#include <osgManipulator/Command>
 
 #include <cmath>
 
@@ -84,10 +86,13 @@ Composite3DDragger::AxisEnum PlaneHandle::secondInPlane() const
 bool PlaneHandle::handle(const osgManipulator::PointerInfo& pointer,
                          const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action)
 {
-    if (event.getEventType() == osgGA::GUIEventAdapter::PUSH && pickingEnabled() &&
-        pointer.contains(this) && !pressProjects(pointer))
+    if (event.getEventType() != osgGA::GUIEventAdapter::PUSH || !pickingEnabled())
+        return OneAxisHandle::handle(pointer, event, action);
+    if (!pointer.contains(this) || !pressProjects(pointer))
         return false;
-    return OneAxisHandle::handle(pointer, event, action);
+    startMotion(action);
+    trackDrag(event);
+    return true;
 }
 
 bool PlaneHandle::aimPlane(const osgManipulator::PointerInfo&, const osg::Matrixd&)
@@ -97,13 +102,28 @@ bool PlaneHandle::aimPlane(const osgManipulator::PointerInfo&, const osg::Matrix
 
 bool PlaneHandle::pressProjects(const osgManipulator::PointerInfo& pointer)
 {
-    // Along the first parents, as the base takes it, without building the path.
-    const osg::Matrixd localToWorld = HandleShapes::localToWorld(*this);
+    // The frame the base takes at a press, found along the first parents.
+    const osg::Matrixd localToWorld = RootPath::localToWorld(*this);
     if (!hasVolume(localToWorld) || !aimPlane(pointer, localToWorld))
         return false;
     _projector->setLocalToWorld(localToWorld);
-    osg::Vec3d pressPoint;
-    return _projector->project(pointer, pressPoint);
+    return _projector->project(pointer, _startProjectedPoint);
+}
+
+void PlaneHandle::startMotion(osgGA::GUIActionAdapter& action)
+{
+    // The base's press once the grabbed point is known: a start command to
+    // the parent dragger, then the pick colour drawn over the plane.
+    osg::ref_ptr<osgManipulator::TranslateInPlaneCommand> command =
+        new osgManipulator::TranslateInPlaneCommand(_projector->getPlane());
+    command->setStage(osgManipulator::MotionCommand::START);
+    command->setReferencePoint(_startProjectedPoint);
+    command->setLocalToWorldAndWorldToLocal(_projector->getLocalToWorld(),
+                                            _projector->getWorldToLocal());
+    dispatch(*command);
+    osgManipulator::setMaterialColor(_pickColor, *this);
+    getOrCreateStateSet()->setAttributeAndModes(_polygonOffset.get(), osg::StateAttribute::ON);
+    action.requestRedraw();
 }
 
 } // namespace Rk

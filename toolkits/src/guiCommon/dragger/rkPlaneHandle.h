@@ -36,8 +36,9 @@ public:
     Composite3DDragger::AxisEnum firstInPlane() const;
     Composite3DDragger::AxisEnum secondInPlane() const;
 
-    /// Refuses a press whose ray does not project on the plane, then lets
-    /// the base move the parent dragger.
+    /// Refuses a press whose ray does not project on the plane; otherwise
+    /// takes it as the base does (in the frame `RootPath` finds) and lets
+    /// the base handle the drag and the release.
     bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
                 osgGA::GUIActionAdapter& action) override;
 
@@ -54,6 +55,7 @@ protected:
 
 private:
     bool pressProjects(const osgManipulator::PointerInfo& pointer);
+    void startMotion(osgGA::GUIActionAdapter& action);
 
     Composite3DDragger::AxisEnum m_axis;
 };

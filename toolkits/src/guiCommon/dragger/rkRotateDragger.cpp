@@ -1,6 +1,7 @@
 #include "rkRotateDragger.h"
 
 #include "rkDraggerUtility.h"
+#include "rkFinite.h"
 #include "rkViewAwareAutoTransform.h"
 
 #include <osgManipulator/AntiSquish>
@@ -43,8 +44,12 @@ bool Rotate1DDragger::handle(const osgManipulator::PointerInfo& pointer,
 
 void Rotate1DDragger::pressRing(const osgManipulator::PointerInfo& pointer)
 {
-    _startLocalToWorld = pickedLocalToWorld(pointer);
-    _startWorldToLocal = osg::Matrixd::inverse(_startLocalToWorld);
+    // The same frame has the same inverse: a press handled twice inverts once.
+    const osg::Matrixd localToWorld = pickedLocalToWorld(pointer);
+    if (!sameBits(localToWorld, _startLocalToWorld)) {
+        _startLocalToWorld = localToWorld;
+        _startWorldToLocal = osg::Matrixd::inverse(localToWorld);
+    }
     m_turn.press(pointer, _startLocalToWorld, _projector->getCylinder()->getRadius(),
                  pointer.getLocalIntersectPoint());
     dispatchTurn(osgManipulator::MotionCommand::START, osg::Quat());

@@ -1,11 +1,14 @@
 #include "rkTranslateDragger.h"
 
+#include "rkFinite.h"
+#include "rkRootPath.h"
 #include "rkSharedHandleGeometry.h"
 
 #include <osg/Geode>
 #include <osg/Geometry>
 #include <osg/LineWidth>
 #include <osg/ShapeDrawable>
+#include <osgManipulator/Command>
 
 namespace Rk {
 
@@ -32,6 +35,42 @@ Translate1DDragger::Translate1DDragger(const osg::Vec3d& start, const osg::Vec3d
 }
 
 Translate1DDragger::~Translate1DDragger() = default;
+
+bool Translate1DDragger::handle(const osgManipulator::PointerInfo& pointer,
+                                const osgGA::GUIEventAdapter& event,
+                                osgGA::GUIActionAdapter& action)
+{
+    if (event.getEventType() != osgGA::GUIEventAdapter::PUSH || !pickingEnabled())
+        return OneAxisHandle::handle(pointer, event, action);
+    if (_checkForNodeInNodePath && !pointer.contains(this))
+        return false;
+    press(pointer, action);
+    trackDrag(event);
+    return true;
+}
+
+void Translate1DDragger::press(const osgManipulator::PointerInfo& pointer,
+                               osgGA::GUIActionAdapter& action)
+{
+    // The base's press, step by step: the line in the handle's frame, the
+    // grabbed point on it, and a start command to the parent dragger. A
+    // pointer whose ray does not meet the line is still accepted and moves
+    // nothing. The projector keeps the inverse of an unchanged frame.
+    const osg::Matrixd localToWorld = RootPath::localToWorld(*this);
+    if (!sameBits(localToWorld, _projector->getLocalToWorld()))
+        _projector->setLocalToWorld(localToWorld);
+    if (!_projector->project(pointer, _startProjectedPoint))
+        return;
+    osg::ref_ptr<osgManipulator::TranslateInLineCommand> command =
+        new osgManipulator::TranslateInLineCommand(_projector->getLineStart(),
+                                                   _projector->getLineEnd());
+    command->setStage(osgManipulator::MotionCommand::START);
+    command->setLocalToWorldAndWorldToLocal(_projector->getLocalToWorld(),
+                                            _projector->getWorldToLocal());
+    dispatch(*command);
+    osgManipulator::setMaterialColor(_pickColor, *this);
+    action.requestRedraw();
+}
 
 TranslateDragger::TranslateDragger(Rk::DraggerReceiver* receiver)
     : ThreeAxisDragger(receiver, TRANSLATION_DRAG_MODE), m_lineWidth(DEFAULT_LINE_WIDTH),

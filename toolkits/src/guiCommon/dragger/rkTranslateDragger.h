@@ -23,8 +23,16 @@ public:
     /// then accepts events but never moves its parent.
     Translate1DDragger(const osg::Vec3d& start, const osg::Vec3d& end, bool keepPickColor);
 
+    /// As `OneAxisHandle`; a press is taken exactly as the base takes it,
+    /// with the handle's frame found by `RootPath`.
+    bool handle(const osgManipulator::PointerInfo& pointer, const osgGA::GUIEventAdapter& event,
+                osgGA::GUIActionAdapter& action) override;
+
 protected:
     ~Translate1DDragger() override;
+
+private:
+    void press(const osgManipulator::PointerInfo& pointer, osgGA::GUIActionAdapter& action);
 };
 
 /// The three-axis move manipulator: arrows along X (red), Y (green) and Z
