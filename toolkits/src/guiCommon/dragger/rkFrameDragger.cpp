@@ -1,6 +1,7 @@
 #include "rkFrameDragger.h"
 
 #include "rkFinite.h"
+#include "rkPickSegment.h"
 
 namespace Rk {
 
@@ -114,6 +115,26 @@ void FrameDragger::setFromChildDraggerActive()
         Composite3DDragger::setActiveAxis(m_extraHandles->activeAxis());
         setDragMode(m_extraHandles->dragMode());
     }
+}
+
+void FrameDragger::traverse(osg::NodeVisitor& visitor)
+{
+    const auto isFlat = [this](const osg::Node* child) { return isFlatChild(child); };
+    if (!PickSegment::traverseFlattening(*this, visitor, isFlat))
+        Composite3DDragger::traverse(visitor);
+}
+
+bool FrameDragger::isFlatChild(const osg::Node* child) const
+{
+    const Composite3DDragger* composite = nullptr;
+    if (child == m_translateDragger.get())
+        composite = m_translateDragger.get();
+    else if (child == m_rotateDragger.get())
+        composite = m_rotateDragger.get();
+    else if (child == m_extraHandles.get())
+        composite = m_extraHandles.get();
+    return composite && composite->getReferenceFrame() == osg::Transform::RELATIVE_RF &&
+           composite->getMatrix().isIdentity();
 }
 
 bool FrameDragger::handle(const osgManipulator::PointerInfo& pointer,

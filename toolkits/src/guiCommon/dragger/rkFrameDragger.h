@@ -95,6 +95,12 @@ public:
                 osgGA::GUIActionAdapter& action) override;
     using Composite3DDragger::handle;
 
+    /// Every visitor but a pick goes the base's way. A pick enters the
+    /// children as plain groups while their matrix (the scale) is the
+    /// identity (`PickSegment::traverseFlattening`): the same hits, with one
+    /// transform fewer to take the pick through.
+    void traverse(osg::NodeVisitor& visitor) override;
+
     /// The child with the three arrows (never null).
     TranslateDragger* translateDragger() const { return m_translateDragger.get(); }
     /// The child with the three rings (never null).
@@ -116,6 +122,7 @@ private:
     void reseatOnReferenceFrame();
     double commandValueOfDrag() const;
     bool dragsAHandle() const;
+    bool isFlatChild(const osg::Node* child) const;
 
     osg::ref_ptr<TranslateDragger> m_translateDragger;
     osg::ref_ptr<RotateDragger> m_rotateDragger;

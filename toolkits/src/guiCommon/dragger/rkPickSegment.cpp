@@ -88,14 +88,43 @@ bool mayHitGeode(const osg::Geode& geode, osg::Vec3d start, osg::Vec3d end, doub
     return !shell || shell->mayBeMetBy(geode, start, end, margin);
 }
 
+/// The steps that an intersection visitor takes for a group and keeps to
+/// itself: the enter test of its innermost intersector, and its leave.
+class GroupSteps : public osgUtil::IntersectionVisitor
+{
+public:
+    static constexpr bool (osgUtil::IntersectionVisitor::*enterStep)(const osg::Node&) =
+        &GroupSteps::enter;
+    static constexpr void (osgUtil::IntersectionVisitor::*leaveStep)() = &GroupSteps::leave;
+};
+
 } // namespace
+
+bool PickSegment::knows(const osgUtil::IntersectionVisitor& visitor)
+{
+    const osgUtil::Intersector* intersector = visitor.getIntersector();
+    return intersector && (typeid(*intersector) == typeid(osgUtil::LineSegmentIntersector) ||
+                           typeid(*intersector) == typeid(FrontIntersector));
+}
+
+void PickSegment::enterAsGroup(osg::Node& child, osgUtil::IntersectionVisitor& visitor)
+{
+    // The child's accept and the visitor's apply for a group, in one.
+    if (!visitor.validNodeMask(child))
+        return;
+    visitor.pushOntoNodePath(&child);
+    if ((visitor.*GroupSteps::enterStep)(child)) {
+        visitor.traverse(child);
+        (visitor.*GroupSteps::leaveStep)();
+    }
+    visitor.popFromNodePath();
+}
 
 PickSegment::PickSegment(osgUtil::IntersectionVisitor& visitor)
 {
-    const osgUtil::Intersector* intersector = visitor.getIntersector();
-    if (!intersector || (typeid(*intersector) != typeid(osgUtil::LineSegmentIntersector) &&
-                         typeid(*intersector) != typeid(FrontIntersector)))
+    if (!knows(visitor))
         return;
+    const osgUtil::Intersector* intersector = visitor.getIntersector();
     const auto* segment = static_cast<const osgUtil::LineSegmentIntersector*>(intersector);
     // The same transformation with which the visitor takes the segment into
     // the frame of each node it enters.

@@ -77,7 +77,39 @@ public:
         return true;
     }
 
+    /// For a pick by an intersector that `PickSegment` knows: visits the
+    /// children of `group` in order, as a group does, but enters each child
+    /// for which `isFlat(child)` holds as a plain group, without taking the
+    /// segment and the model matrix into the child's frame. `isFlat` may
+    /// only hold for a transform of the relative reference frame whose
+    /// matrix is the identity and whose local-to-world matrix is that
+    /// matrix (an `osg::MatrixTransform`'s, a child composite's at scale 1,
+    /// say): the pick then enters, finds and reports what it would have,
+    /// and the hits below carry the group's model matrix, of the same
+    /// values. Saves a clone of the intersector, a matrix inversion and
+    /// their allocations per such child. False, having visited nothing, for
+    /// any other visitor.
+    template <class IsFlat>
+    static bool traverseFlattening(osg::Group& group, osg::NodeVisitor& visitor, IsFlat isFlat)
+    {
+        osgUtil::IntersectionVisitor* picker = visitor.asIntersectionVisitor();
+        if (!picker || !knows(*picker))
+            return false;
+        for (unsigned int index = 0; index < group.getNumChildren(); ++index) {
+            osg::Node* child = group.getChild(index);
+            if (isFlat(child))
+                enterAsGroup(*child, *picker);
+            else
+                child->accept(visitor);
+        }
+        return true;
+    }
+
 private:
+    /// Whether the visitor's intersector is one whose picks this class reads.
+    static bool knows(const osgUtil::IntersectionVisitor& visitor);
+    static void enterAsGroup(osg::Node& child, osgUtil::IntersectionVisitor& visitor);
+
     bool mayHitChild(const osg::Node& child, const osg::Vec3d& start, const osg::Vec3d& end,
                      const osg::Matrixd& toHandle, double margin) const;
 
