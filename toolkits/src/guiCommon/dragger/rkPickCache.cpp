@@ -206,7 +206,16 @@ PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
 
 void PickCache::observePaths(Entry& entry)
 {
+    // Sized first: a grown vector would copy every observer it holds.
+    std::size_t count = 0;
     const osg::NodePath* before = nullptr;
+    for (const osgUtil::LineSegmentIntersector::Intersection& hit : entry.hits()) {
+        count += hit.nodePath.size() - sharedPrefix(before, hit.nodePath);
+        before = &hit.nodePath;
+    }
+    entry.pathNodes.reserve(count);
+    entry.sortedNodes.reserve(count);
+    before = nullptr;
     for (const osgUtil::LineSegmentIntersector::Intersection& hit : entry.hits()) {
         const osg::NodePath& path = hit.nodePath;
         for (std::size_t index = sharedPrefix(before, path); index < path.size(); ++index)
