@@ -664,11 +664,15 @@ void HandleShapes::measureOutline(const Piece& piece, const osg::Matrixd& localT
     if (piece.count < 2)
         return;
     const std::size_t segments = piece.closed ? piece.count : piece.count - 1;
+    // Each point is taken to the window once: a segment ends where the next begins.
+    const WindowPoint first = toWindow(m_points[piece.first], localToWindow);
+    WindowPoint wb = first;
     for (std::size_t s = 0; s < segments; ++s) {
+        const std::size_t next = (s + 1) % piece.count;
         const osg::Vec3d a = m_points[piece.first + s];
-        const osg::Vec3d b = m_points[piece.first + (s + 1) % piece.count];
-        const WindowPoint wa = toWindow(a, localToWindow);
-        const WindowPoint wb = toWindow(b, localToWindow);
+        const osg::Vec3d b = m_points[piece.first + next];
+        const WindowPoint wa = wb;
+        wb = next == 0 ? first : toWindow(b, localToWindow);
         if (!(wa.w > kMinClipW) || !(wb.w > kMinClipW))
             continue;
         const osg::Vec2d along = wb.at - wa.at;
