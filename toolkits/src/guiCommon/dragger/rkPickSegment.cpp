@@ -17,8 +17,9 @@ namespace Rk {
 
 namespace {
 
-// The segment here and the one OpenSceneGraph computes for a handle come
-// from different products of the same matrices and differ by rounding; every
+// The segment taken into a handle's frame here and the one OpenSceneGraph
+// computes for that handle come from different products of the same
+// matrices and differ by rounding; every
 // bound is widened by this much per unit of the coordinates involved, far
 // more than that rounding and far less than any handle.
 const double kMarginPerUnit = 1e-7;
@@ -88,14 +89,22 @@ bool mayHitGeode(const osg::Geode& geode, osg::Vec3d start, osg::Vec3d end, doub
     return !shell || shell->mayBeMetBy(geode, start, end, margin);
 }
 
-/// The steps that an intersection visitor takes for a group and keeps to
-/// itself: the enter test of its innermost intersector, and its leave.
-class GroupSteps : public osgUtil::IntersectionVisitor
+/// What an intersection visitor keeps to itself: the enter and leave steps
+/// of its innermost intersector, which it takes for a group, and that
+/// intersector, the clone whose segment lies in the frame of the node being
+/// traversed.
+class VisitorInside : public osgUtil::IntersectionVisitor
 {
 public:
     static constexpr bool (osgUtil::IntersectionVisitor::*enterStep)(const osg::Node&) =
-        &GroupSteps::enter;
-    static constexpr void (osgUtil::IntersectionVisitor::*leaveStep)() = &GroupSteps::leave;
+        &VisitorInside::enter;
+    static constexpr void (osgUtil::IntersectionVisitor::*leaveStep)() = &VisitorInside::leave;
+
+    static const osgUtil::Intersector* innermost(const osgUtil::IntersectionVisitor& visitor)
+    {
+        const IntersectorStack& stack = visitor.*(&VisitorInside::_intersectorStack);
+        return stack.empty() ? nullptr : stack.back().get();
+    }
 };
 
 } // namespace
@@ -113,9 +122,9 @@ void PickSegment::enterAsGroup(osg::Node& child, osgUtil::IntersectionVisitor& v
     if (!visitor.validNodeMask(child))
         return;
     visitor.pushOntoNodePath(&child);
-    if ((visitor.*GroupSteps::enterStep)(child)) {
+    if ((visitor.*VisitorInside::enterStep)(child)) {
         visitor.traverse(child);
-        (visitor.*GroupSteps::leaveStep)();
+        (visitor.*VisitorInside::leaveStep)();
     }
     visitor.popFromNodePath();
 }
@@ -124,14 +133,13 @@ PickSegment::PickSegment(osgUtil::IntersectionVisitor& visitor)
 {
     if (!knows(visitor))
         return;
-    const osgUtil::Intersector* intersector = visitor.getIntersector();
-    const auto* segment = static_cast<const osgUtil::LineSegmentIntersector*>(intersector);
-    // The same transformation with which the visitor takes the segment into
-    // the frame of each node it enters.
-    const osg::Matrixd toLocal =
-        osgUtil::LineSegmentIntersector::getTransformation(visitor, segment->getCoordinateFrame());
-    m_start = segment->getStart() * toLocal;
-    m_end = segment->getEnd() * toLocal;
+    // The segment with which the visitor tests what lies below this node:
+    // its innermost intersector's, a line-segment intersector like the
+    // first one (the clones of both known kinds are of their own kind).
+    const auto* segment =
+        static_cast<const osgUtil::LineSegmentIntersector*>(VisitorInside::innermost(visitor));
+    m_start = segment->getStart();
+    m_end = segment->getEnd();
     m_visitor = &visitor;
     m_valid = isFinite(m_start) && isFinite(m_end);
 }
