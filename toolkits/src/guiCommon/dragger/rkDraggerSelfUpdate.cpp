@@ -20,12 +20,7 @@ bool DraggerSelfUpdate::receive(const osgManipulator::MotionCommand& command)
         return DraggerTransformCallback::receive(command);
     osg::MatrixTransform* transform = _transform.get();
     _startMotionMatrix = transform->getMatrix();
-    // The same frame has the same inverse: a press handled twice inverts once.
-    const osg::Matrixd localToWorld = RootPath::localToWorld(*transform);
-    if (!sameBits(localToWorld, _localToWorld)) {
-        _localToWorld = localToWorld;
-        _worldToLocal = osg::Matrixd::inverse(localToWorld);
-    }
+    storeWithInverse(RootPath::localToWorld(*transform), _localToWorld, _worldToLocal);
     return true;
 }
 

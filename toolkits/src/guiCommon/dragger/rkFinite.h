@@ -71,6 +71,17 @@ inline bool sameBits(const osg::Quat& a, const osg::Quat& b)
     return detail::sameWords(a._v, b._v, 4);
 }
 
+/// Stores `frame` in `stored` and its inverse in `inverse`. A frame of the
+/// same bits as the stored one keeps the inverse already there, which is
+/// the same: a press handled twice inverts its frame once.
+inline void storeWithInverse(const osg::Matrixd& frame, osg::Matrixd& stored, osg::Matrixd& inverse)
+{
+    if (sameBits(frame, stored))
+        return;
+    stored = frame;
+    inverse = osg::Matrixd::inverse(frame);
+}
+
 } // namespace Rk
 
 #endif

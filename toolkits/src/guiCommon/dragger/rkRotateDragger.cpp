@@ -44,12 +44,7 @@ bool Rotate1DDragger::handle(const osgManipulator::PointerInfo& pointer,
 
 void Rotate1DDragger::pressRing(const osgManipulator::PointerInfo& pointer)
 {
-    // The same frame has the same inverse: a press handled twice inverts once.
-    const osg::Matrixd localToWorld = pickedLocalToWorld(pointer);
-    if (!sameBits(localToWorld, _startLocalToWorld)) {
-        _startLocalToWorld = localToWorld;
-        _startWorldToLocal = osg::Matrixd::inverse(localToWorld);
-    }
+    storeWithInverse(pickedLocalToWorld(pointer), _startLocalToWorld, _startWorldToLocal);
     m_turn.press(pointer, _startLocalToWorld, _projector->getCylinder()->getRadius(),
                  pointer.getLocalIntersectPoint());
     dispatchTurn(osgManipulator::MotionCommand::START, osg::Quat());
