@@ -58,15 +58,6 @@ WindowPoint toWindow(const osg::Vec3d& point, const osg::Matrixd& matrix)
     return {osg::Vec2d(x / w, y / w), w};
 }
 
-// False when no point within `radius` of `centre` (local coordinates) can
-// appear within `reach` pixels of `pointer` through `localToWindow`; true
-// whenever it cannot tell (see SphereImage).
-bool mayReach(const osg::Vec3d& centre, double radius, const osg::Matrixd& localToWindow,
-              const osg::Vec2d& pointer, double reach)
-{
-    return HandleShapes::SphereImage::of(centre, radius, localToWindow).reaches(pointer, reach);
-}
-
 float lineWidthOf(const osg::StateSet* stateSet)
 {
     const auto* width = stateSet ? dynamic_cast<const osg::LineWidth*>(
@@ -544,13 +535,21 @@ void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToW
                                 const osg::Vec2d& pointer, double pixels, Nearest& best) const
 {
     // A piece of plain lines or faces measures at least its bound's distance
-    // less its half width: one that cannot come nearer than the nearest so
-    // far, or than the tolerance, is passed over. Widened pieces (cones) and
-    // balls are always measured.
+    // less its half width. A widened piece (a cone) measures at least the
+    // distance of its bound grown by its largest radius, less its half width
+    // and the diagonal of that bound's image, which holds the axis point
+    // and the rim points whose offset it subtracts. One that cannot come
+    // nearer than the nearest so far, or than the tolerance, is passed over.
+    // Balls are always measured.
     const double reach = std::min(best.pixels, pixels) + piece.halfWidth;
-    if (piece.kind != Kind::BALL && piece.startRadius == 0.0f && piece.endRadius == 0.0f &&
-        !mayReach(piece.boundCentre, piece.boundRadius, localToWindow, pointer, reach))
-        return;
+    if (piece.kind != Kind::BALL) {
+        const double widening = std::max({0.0f, piece.startRadius, piece.endRadius});
+        const SphereImage bound =
+            SphereImage::of(piece.boundCentre, piece.boundRadius + widening, localToWindow);
+        const double rimAllowance = widening > 0.0 ? 2.0 * bound.spread.length() : 0.0;
+        if (!bound.reaches(pointer, reach + rimAllowance))
+            return;
+    }
     switch (piece.kind) {
     case Kind::BALL:
         measureBall(piece, localToWindow, pointer, best);
