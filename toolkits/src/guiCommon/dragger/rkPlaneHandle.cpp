@@ -106,7 +106,10 @@ bool PlaneHandle::pressProjects(const osgManipulator::PointerInfo& pointer)
     const osg::Matrixd localToWorld = RootPath::localToWorld(*this);
     if (!hasVolume(localToWorld) || !aimPlane(pointer, localToWorld))
         return false;
-    _projector->setLocalToWorld(localToWorld);
+    // The projector keeps the inverse of an unchanged frame (the press is
+    // handled twice), as the arrow's does.
+    if (!sameBits(localToWorld, _projector->getLocalToWorld()))
+        _projector->setLocalToWorld(localToWorld);
     return _projector->project(pointer, _startProjectedPoint);
 }
 
