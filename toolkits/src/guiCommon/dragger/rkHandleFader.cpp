@@ -65,7 +65,7 @@ void HandleFader::update(const osg::Camera& camera, const osg::Node& owner, doub
 {
     m_shapes.refresh();
     matchHandles();
-    const osg::Vec3d centre = HandleShapes::localToWorld(owner).getTrans();
+    const osg::Vec3d centre = WindowProjection::localToWorld(owner).getTrans();
     const osg::Vec3d sight = sightThrough(camera, centre);
     if (!isFinite(sight) || sight.length2() == 0.0)
         return;
@@ -83,7 +83,8 @@ bool HandleFader::shouldFade(osgManipulator::Dragger& handle, const osg::Vec3d& 
         return false;
     if (limitDegrees >= kRightAngleDegrees)
         return true;
-    osg::Vec3d axis = osg::Matrixd::transform3x3(kHandleAxis, HandleShapes::localToWorld(handle));
+    osg::Vec3d axis =
+        osg::Matrixd::transform3x3(kHandleAxis, WindowProjection::localToWorld(handle));
     const double axisLength = axis.length();
     if (!(axisLength > 0.0))
         return false;

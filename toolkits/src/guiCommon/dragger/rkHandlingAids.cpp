@@ -34,7 +34,7 @@ bool onDragger(const osgUtil::LineSegmentIntersector::Intersection& hit)
 
 // Any other hit in the dragger mask hides a handle behind it.
 bool nearer(const osgUtil::LineSegmentIntersector::Intersection& hit,
-            const HandleShapes::Nearest& candidate, const HandleShapes::Projection& projection)
+            const HandleShapes::Nearest& candidate, const WindowProjection& projection)
 {
     const double hitDepth = -(hit.getWorldIntersectPoint() * projection.worldToEye).z();
     const double handleDepth = -(candidate.worldPoint * projection.worldToEye).z();
@@ -162,9 +162,8 @@ osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter&
 {
     // One walk up the scene gives both the camera and the owner's placement.
     const osg::Camera* above = nullptr;
-    const osg::Matrixd toWorld = HandleShapes::parentToWorld(m_owner, &above);
-    const HandleShapes::Projection& projection =
-        HandleShapes::projectionOf(pickCamera(above, view), event);
+    const osg::Matrixd toWorld = WindowProjection::parentToWorld(m_owner, &above);
+    const WindowProjection& projection = WindowProjection::of(pickCamera(above, view), event);
     if (!projection.valid || !insideEventRange(event) ||
         !m_shapes.nearOwner(projection, toWorld, m_pickTolerance))
         return nullptr;
@@ -176,7 +175,7 @@ osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter&
 
 HandleShapes::Nearest HandlingAids::nearbyHandle(const osgGA::GUIEventAdapter& event,
                                                  osgViewer::View& view,
-                                                 const HandleShapes::Projection& projection)
+                                                 const WindowProjection& projection)
 {
     if (!(m_pickTolerance > 0.0) || !insideEventRange(event))
         return HandleShapes::Nearest();
@@ -198,7 +197,7 @@ bool HandlingAids::nearbyGrab(const osgGA::GUIEventAdapter& event, osgViewer::Vi
         return false;
     grab.camera = cameraOf(view);
     const HandleShapes::Nearest nearest =
-        nearbyHandle(event, view, HandleShapes::projectionOf(grab.camera, event));
+        nearbyHandle(event, view, WindowProjection::of(grab.camera, event));
     if (!nearest.handle)
         return false;
     // The path a hit on the handle would have: from the top of the scene

@@ -76,7 +76,7 @@ private:
     void afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
     void fadeFor(osgViewer::View& view);
     HandleShapes::Nearest nearbyHandle(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
-                                       const HandleShapes::Projection& projection);
+                                       const WindowProjection& projection);
     osgManipulator::Dragger* pressTarget(const osgGA::GUIEventAdapter& event,
                                          osgViewer::View& view);
     osgManipulator::Dragger* activeHandle() const;

@@ -1,7 +1,7 @@
 #include "rkViewRing.h"
 
-#include "rkHandleShapes.h"
 #include "rkPointerView.h"
+#include "rkWindowProjection.h"
 
 #include <osgManipulator/Command>
 
@@ -64,7 +64,7 @@ bool ViewRing::handle(const osgManipulator::PointerInfo& pointer,
 
 bool ViewRing::pressed(const osgManipulator::PointerInfo& pointer)
 {
-    m_centreWorld = HandleShapes::localToWorld(*this).getTrans();
+    m_centreWorld = WindowProjection::localToWorld(*this).getTrans();
     const PointerView view(pointer, m_centreWorld);
     if (!view.valid())
         return false;
