@@ -7,13 +7,17 @@
 #include "rkFrontIntersector.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkRotateDragger.h"
+#include "rkTriangleIndex.h"
 
 #include <gtest/gtest.h>
 #include <osg/Camera>
 #include <osg/ShapeDrawable>
+#include <osg/io_utils>
 #include <osgUtil/IntersectionVisitor>
 #include <osgUtil/LineSegmentIntersector>
 
+#include <cmath>
+#include <random>
 #include <tuple>
 
 using Rk::Composite3DDragger;
@@ -33,34 +37,47 @@ public:
     using LineSegmentIntersector::LineSegmentIntersector;
 };
 
-/// Ratio, node path, drawable, primitive index and local point of a hit.
-using Hit = std::tuple<double, osg::NodePath, const osg::Drawable*, unsigned int, osg::Vec3d>;
+/// Everything a hit holds: ratio, node path, drawable, primitive index,
+/// local point and normal, corner indices and their weights.
+using Hit = std::tuple<double, osg::NodePath, const osg::Drawable*, unsigned int, osg::Vec3d,
+                       osg::Vec3, std::vector<unsigned int>, std::vector<double>>;
 
-std::vector<Hit> pick(osg::Camera* camera, osgUtil::LineSegmentIntersector* intersector)
+std::vector<Hit> hitsOf(osgUtil::LineSegmentIntersector& intersector)
 {
-    osgUtil::IntersectionVisitor visitor(intersector);
-    visitor.setTraversalMask(Composite3DDragger::DRAGGER_MASK);
-    camera->accept(visitor);
     std::vector<Hit> hits;
-    for (const auto& hit : intersector->getIntersections())
+    for (const auto& hit : intersector.getIntersections())
         hits.emplace_back(hit.ratio, hit.nodePath, hit.drawable.get(), hit.primitiveIndex,
-                          hit.localIntersectionPoint);
+                          hit.localIntersectionPoint, hit.localIntersectionNormal, hit.indexList,
+                          hit.ratioList);
     return hits;
 }
 
-/// Picks at window point (x, y up) once as the viewer picks and once with
-/// the full traversal; every hit must be the same, bit for bit. A pick that
-/// skips what lies behind its nearest hit must find the same front hit.
+std::vector<Hit> pick(osg::Node* scene, osgUtil::LineSegmentIntersector* intersector)
+{
+    osgUtil::IntersectionVisitor visitor(intersector);
+    visitor.setTraversalMask(Composite3DDragger::DRAGGER_MASK);
+    scene->accept(visitor);
+    return hitsOf(*intersector);
+}
+
+/// Picks at window point (x, y up) once as the viewer picks, once as the
+/// library's shared pick does (triangles through their index) and once with
+/// the full traversal and the plain triangle test; every hit must be the
+/// same, bit for bit. A pick that skips what lies behind its nearest hit
+/// must find the same front hit.
 std::vector<Hit> expectSameHitsAt(osg::Camera* camera, double x, double y)
 {
     osg::ref_ptr<osgUtil::LineSegmentIntersector> viewerPick =
         new osgUtil::LineSegmentIntersector(osgUtil::Intersector::WINDOW, x, y);
+    osg::ref_ptr<Rk::IndexedIntersector> indexedPick =
+        new Rk::IndexedIntersector(osgUtil::Intersector::WINDOW, x, y);
     osg::ref_ptr<FullTraversalIntersector> fullPick =
         new FullTraversalIntersector(osgUtil::Intersector::WINDOW, x, y);
     osg::ref_ptr<Rk::FrontIntersector> frontPick =
         new Rk::FrontIntersector(osgUtil::Intersector::WINDOW, x, y);
     const std::vector<Hit> hits = pick(camera, viewerPick.get());
     EXPECT_TRUE(hits == pick(camera, fullPick.get())) << "at " << x << ", " << y;
+    EXPECT_TRUE(hits == pick(camera, indexedPick.get())) << "indexed, at " << x << ", " << y;
     const std::vector<Hit> front = pick(camera, frontPick.get());
     EXPECT_TRUE(front.empty() == hits.empty() && (hits.empty() || front[0] == hits[0]))
         << "front hit at " << x << ", " << y;
@@ -139,6 +156,123 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
             << "the grid covers the gizmo";
         harness.root()->removeChild(dragger.get());
     }
+}
+
+namespace {
+
+/// A geometry with a triangle primitive set of every kind OpenSceneGraph
+/// tests, drawn from and indexed into one small cloud of vertices.
+osg::ref_ptr<osg::Geometry> everyKindOfTriangle()
+{
+    osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 6; ++column)
+            vertices->push_back(osg::Vec3(column * 0.2f, row * 0.3f, 0.05f * ((row * column) % 3)));
+    osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
+    geometry->setVertexArray(vertices.get());
+    for (GLenum mode :
+         {GL_TRIANGLES, GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN, GL_QUADS, GL_QUAD_STRIP, GL_POLYGON}) {
+        geometry->addPrimitiveSet(new osg::DrawArrays(mode, 0, 12));
+        const GLushort corners[] = {12, 18, 13, 19, 14, 20, 15, 21, 16, 22, 17, 23};
+        geometry->addPrimitiveSet(new osg::DrawElementsUShort(mode, 12, corners));
+    }
+    return geometry;
+}
+
+/// Segments across `box`: through random points of it in random
+/// directions, and through every third corner or edge middle of the
+/// geometry, some along the axes (direction components exactly zero) and
+/// some meeting corners shared by many triangles.
+std::vector<std::pair<osg::Vec3d, osg::Vec3d>> segmentsAcross(const osg::Vec3Array& vertices,
+                                                              const osg::BoundingBox& box)
+{
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    const double reach = 2.0 * box.radius();
+    std::vector<std::pair<osg::Vec3d, osg::Vec3d>> segments;
+    const auto across = [&](const osg::Vec3d& through, osg::Vec3d along) {
+        along.normalize();
+        segments.emplace_back(through - along * reach, through + along * reach);
+    };
+    for (int index = 0; index < 200; ++index) {
+        const osg::Vec3d through(box.xMin() + unit(random) * (box.xMax() - box.xMin()),
+                                 box.yMin() + unit(random) * (box.yMax() - box.yMin()),
+                                 box.zMin() + unit(random) * (box.zMax() - box.zMin()));
+        across(through, osg::Vec3d(unit(random) - 0.5, unit(random) - 0.5, unit(random) - 0.5));
+    }
+    const osg::Vec3d directions[] = {osg::X_AXIS, osg::Y_AXIS, osg::Z_AXIS,
+                                     osg::Vec3d(0.3, -0.5, 0.8), osg::Vec3d(-1.0, 1.0, 0.0)};
+    for (std::size_t index = 0; index < vertices.size(); index += 3) {
+        const osg::Vec3d corner(vertices[index]);
+        const bool middle = index % 2 == 0 && index + 1 < vertices.size();
+        across(middle ? (corner + osg::Vec3d(vertices[index + 1])) * 0.5 : corner,
+               directions[index % 5]);
+    }
+    return segments;
+}
+
+} // namespace
+
+TEST(TriangleIndex, PicksThroughTheIndexFindTheHitsOfThePlainTriangleTest)
+{
+    const std::pair<const char*, osg::ref_ptr<osg::Geometry>> rows[] = {
+        {"arrow pick cylinder",
+         new osg::ShapeDrawable(new osg::Cylinder(osg::Vec3(0.0f, 0.0f, 0.5f), 0.03f, 1.0f))},
+        {"arrow head cone",
+         new osg::ShapeDrawable(new osg::Cone(osg::Vec3(0.0f, 0.0f, 1.0f), 0.06f, 0.15f))},
+        {"every kind of triangle primitive", everyKindOfTriangle()}};
+    for (const auto& [name, geometry] : rows) {
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(Rk::TriangleIndex::attachTo(*geometry));
+        osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+        geode->addDrawable(geometry.get());
+        const auto& vertices = static_cast<const osg::Vec3Array&>(*geometry->getVertexArray());
+        int segmentsWithHits = 0;
+        for (const auto& [start, end] : segmentsAcross(vertices, geometry->getBoundingBox())) {
+            osg::ref_ptr<osgUtil::LineSegmentIntersector> plain =
+                new osgUtil::LineSegmentIntersector(start, end);
+            osg::ref_ptr<Rk::IndexedIntersector> indexed = new Rk::IndexedIntersector(start, end);
+            const std::vector<Hit> hits = pick(geode.get(), plain.get());
+            EXPECT_TRUE(hits == pick(geode.get(), indexed.get())) << start << " to " << end;
+            segmentsWithHits += hits.empty() ? 0 : 1;
+        }
+        EXPECT_GT(segmentsWithHits, 100) << "the segments meet the geometry";
+    }
+}
+
+TEST(TriangleIndex, ChangedOrUnsuitableGeometryIsPickedThePlainWay)
+{
+    osg::ref_ptr<osg::Geometry> geometry = everyKindOfTriangle();
+    ASSERT_TRUE(Rk::TriangleIndex::attachTo(*geometry));
+    EXPECT_NE(Rk::TriangleIndex::of(*geometry), nullptr);
+    EXPECT_FALSE(Rk::TriangleIndex::attachTo(*geometry)) << "it has one already";
+    geometry->getPrimitiveSet(3)->dirty();
+    EXPECT_EQ(Rk::TriangleIndex::of(*geometry), nullptr) << "a primitive set changed";
+
+    osg::ref_ptr<osg::Geometry> moved = everyKindOfTriangle();
+    ASSERT_TRUE(Rk::TriangleIndex::attachTo(*moved));
+    moved->getVertexArray()->dirty();
+    EXPECT_EQ(Rk::TriangleIndex::of(*moved), nullptr) << "the vertices changed";
+
+    // A segment that is not finite is tested the plain way.
+    osg::ref_ptr<osg::Geometry> fresh = everyKindOfTriangle();
+    ASSERT_TRUE(Rk::TriangleIndex::attachTo(*fresh));
+    osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+    geode->addDrawable(fresh.get());
+    const osg::Vec3d nowhere(std::nan(""), 0.0, 0.0);
+    osg::ref_ptr<osgUtil::LineSegmentIntersector> plain =
+        new osgUtil::LineSegmentIntersector(nowhere, osg::Vec3d(0.5, 0.5, 1.0));
+    osg::ref_ptr<Rk::IndexedIntersector> indexed =
+        new Rk::IndexedIntersector(nowhere, osg::Vec3d(0.5, 0.5, 1.0));
+    EXPECT_TRUE(pick(geode.get(), plain.get()) == pick(geode.get(), indexed.get()));
+    osgUtil::IntersectionVisitor visitor(indexed.get());
+    EXPECT_FALSE(Rk::TriangleIndex::of(*fresh)->intersect(*indexed, visitor, *fresh, nowhere,
+                                                          osg::Vec3d(0.5, 0.5, 1.0)))
+        << "left to the plain test";
+
+    osg::ref_ptr<osg::Geometry> withLines = everyKindOfTriangle();
+    withLines->addPrimitiveSet(new osg::DrawArrays(GL_LINES, 0, 2));
+    EXPECT_FALSE(Rk::TriangleIndex::attachTo(*withLines));
 }
 
 TEST(PickSegment, WhatABoundCannotVouchForIsAlwaysEntered)

@@ -31,32 +31,27 @@ bool boundInParentFrame(const osg::Node& node)
 } // namespace
 
 FrontIntersector::FrontIntersector(CoordinateFrame frame, double x, double y)
-    : LineSegmentIntersector(frame, x, y)
+    : IndexedIntersector(frame, x, y)
 {
 }
 
 FrontIntersector::FrontIntersector(const osg::Vec3d& start, const osg::Vec3d& end,
                                    FrontIntersector& root)
-    : LineSegmentIntersector(start, end)
+    : IndexedIntersector(start, end, root)
 {
-    _parent = &root;
-    setIntersectionLimit(root.getIntersectionLimit());
-    setPrecisionHint(root.getPrecisionHint());
 }
 
 osgUtil::Intersector* FrontIntersector::clone(osgUtil::IntersectionVisitor& visitor)
 {
-    // The segment taken into the frame of the node being entered, exactly as
-    // the plain intersector's clone takes it.
-    if (getCoordinateFrame() == MODEL && visitor.getModelMatrix() == nullptr)
-        return new FrontIntersector(getStart(), getEnd(), *this);
-    const osg::Matrixd toLocal = getTransformation(visitor, getCoordinateFrame());
-    return new FrontIntersector(getStart() * toLocal, getEnd() * toLocal, *this);
+    osg::Vec3d start;
+    osg::Vec3d end;
+    cloneSegment(visitor, start, end);
+    return new FrontIntersector(start, end, *this);
 }
 
 bool FrontIntersector::enter(const osg::Node& node)
 {
-    if (!LineSegmentIntersector::enter(node))
+    if (!IndexedIntersector::enter(node))
         return false;
     return !node.isCullingActive() || !boundInParentFrame(node) ||
            !whollyBehindFront(node.getBound());

@@ -1,7 +1,7 @@
 #ifndef RK_FRONT_INTERSECTOR_H
 #define RK_FRONT_INTERSECTOR_H
 
-#include <osgUtil/LineSegmentIntersector>
+#include "rkIndexedIntersector.h"
 
 namespace Rk {
 
@@ -10,7 +10,8 @@ namespace Rk {
 /// nearest hit found so far along the segment.
 ///
 /// Its front hit is the one the plain `osgUtil::LineSegmentIntersector`
-/// finds, bit for bit (ratio, node path, drawable, primitive, points):
+/// finds, bit for bit (ratio, node path, drawable, primitive, points; its
+/// drawables are tested as `IndexedIntersector` tests them):
 /// everything it does not enter could only have added hits farther along
 /// the segment, the nodes it does enter are visited in the same order, and
 /// each of its clones carries the same local segment as the plain one's.
@@ -27,7 +28,7 @@ namespace Rk {
 /// matrices of their own, so their bound says nothing about where along
 /// the segment their hits can lie. The intersection limit and precision hint are passed on to the
 /// clones as the plain intersector does.
-class FrontIntersector : public osgUtil::LineSegmentIntersector
+class FrontIntersector : public IndexedIntersector
 {
 public:
     /// Through window point (`x`, `y`) in `frame`, as the plain

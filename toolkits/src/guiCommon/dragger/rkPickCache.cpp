@@ -193,9 +193,9 @@ PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
         // intersector so that its hits need no copy.
         const osgUtil::Intersector::CoordinateFrame frame =
             camera->getViewport() ? osgUtil::Intersector::WINDOW : osgUtil::Intersector::PROJECTION;
-        entry.picker = entry.complete ? new osgUtil::LineSegmentIntersector(frame, located.localX,
-                                                                            located.localY)
-                                      : new FrontIntersector(frame, located.localX, located.localY);
+        entry.picker = entry.complete
+                           ? new IndexedIntersector(frame, located.localX, located.localY)
+                           : new FrontIntersector(frame, located.localX, located.localY);
         osgUtil::IntersectionVisitor visitor(entry.picker.get());
         visitor.setTraversalMask(mask);
         const_cast<osg::Camera*>(camera)->accept(visitor);

@@ -24,7 +24,9 @@ namespace Rk {
 /// `getX()`, `getY()`: the camera containing that point, then a line
 /// segment intersector through that camera at the point's position in it
 /// (window coordinates, or projection coordinates for a camera without a
-/// viewport). The hits are ordered front to back, exactly as that call gives
+/// viewport). The intersector is an `IndexedIntersector`, which finds the
+/// same hits as the view's own and tests the handles' triangles through
+/// their index. The hits are ordered front to back, exactly as that call gives
 /// them. A view whose pick finds nothing gives no hits.
 ///
 /// Every dragger of a scene sees each pointer event, so without sharing a

@@ -113,6 +113,7 @@ bool PickSegment::knows(const osgUtil::IntersectionVisitor& visitor)
 {
     const osgUtil::Intersector* intersector = visitor.getIntersector();
     return intersector && (typeid(*intersector) == typeid(osgUtil::LineSegmentIntersector) ||
+                           typeid(*intersector) == typeid(IndexedIntersector) ||
                            typeid(*intersector) == typeid(FrontIntersector));
 }
 

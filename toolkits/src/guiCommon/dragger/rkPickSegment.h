@@ -37,8 +37,8 @@ public:
     /// node being traversed (the transforms above it included). Valid only
     /// when the visitor's intersector is exactly an
     /// `osgUtil::LineSegmentIntersector`, as `osgViewer::View::computeIntersections`
-    /// uses, or a `FrontIntersector` (which tests drawables as it does), and
-    /// the segment is finite.
+    /// uses, or an `IndexedIntersector` or `FrontIntersector` (which find the
+    /// hits it finds), and the segment is finite.
     explicit PickSegment(osgUtil::IntersectionVisitor& visitor);
     /// An invalid segment.
     PickSegment() = default;

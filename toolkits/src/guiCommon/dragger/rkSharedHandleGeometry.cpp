@@ -1,5 +1,7 @@
 #include "rkSharedHandleGeometry.h"
 
+#include "rkTriangleIndex.h"
+
 #include <osg/observer_ptr>
 
 #include <cstdint>
@@ -53,6 +55,7 @@ osg::ref_ptr<osg::Node> SharedHandleGeometry::get(const char* kind,
     node = build();
     if (!node)
         return node;
+    TriangleIndex::attachBelow(*node);
     dropExpired(store);
     store[key] = node.get();
     return node;

@@ -14,6 +14,9 @@ namespace Rk {
 /// and handed to every later one while any dragger still holds it (it is
 /// built again after the last holder is gone).
 ///
+/// Each drawable of a new node that can have one gets a `TriangleIndex`
+/// (its user data), so that picks test only the triangles a ray may meet.
+///
 /// A shared node must stay immutable: the draggers never change it, nor its
 /// drawables, states or bounds, after it is built. A dragger whose sizes
 /// change asks for the node of its new sizes and so never touches another

@@ -1,0 +1,126 @@
+#ifndef RK_TRIANGLE_INDEX_H
+#define RK_TRIANGLE_INDEX_H
+
+#include <osg/BoundingBox>
+#include <osg/Referenced>
+#include <osg/Vec3d>
+#include <osgUtil/LineSegmentIntersector>
+
+#include <vector>
+
+namespace osg {
+class Array;
+class Drawable;
+class Geometry;
+class Node;
+class PrimitiveSet;
+class Shape;
+} // namespace osg
+
+namespace osgUtil {
+class IntersectionVisitor;
+}
+
+namespace Rk {
+
+/// The triangles of one drawable, with a hierarchy of boxes over them, so
+/// that a pick tests only the few triangles a segment can meet instead of
+/// every triangle of the drawable.
+///
+/// The triangles are kept in the order in which OpenSceneGraph's
+/// line-segment intersector tests them (its primitive functor's order; a quad
+/// is tested as two triangles, (v0, v1, v3) then (v1, v2, v3), both carrying
+/// the quad's primitive index). A pick through the index hands the triangles
+/// the segment may meet, still in that order, to OpenSceneGraph's own
+/// triangle test, and gives each hit the drawable and primitive index the
+/// plain test would have given: the hits are the plain test's, bit for bit
+/// and in the same order, as long as the boxes are conservative. They are:
+/// each box is grown by a margin far above the rounding of the test.
+///
+/// An index describes its drawable's geometry as it was when it was built:
+/// the same vertex array (same object, size and modified count), the same
+/// primitive sets (same objects and modified counts) and the same shape. A
+/// drawable changed in any of these through OpenSceneGraph's setters or
+/// `dirty()` calls is picked the plain way from then on. Geometry with
+/// points or lines, vertices that are not an `osg::Vec3Array`, a KdTree or
+/// user data of its own gets no index.
+///
+/// Built once (shared handle geometry is immutable) and read-only after; a
+/// pick through it may run on any thread.
+class TriangleIndex : public osg::Referenced
+{
+public:
+    /// Builds an index for `geometry` and keeps it as the geometry's user
+    /// data. Returns false, and leaves the geometry as it is, for geometry
+    /// that cannot have one (see above).
+    static bool attachTo(osg::Geometry& geometry);
+    /// `attachTo` for every geometry of every geode at or below `node`.
+    static void attachBelow(osg::Node& node);
+
+    /// The index of `drawable` when it still describes the drawable's
+    /// geometry, else null.
+    static const TriangleIndex* of(const osg::Drawable& drawable);
+
+    /// What `intersector`'s plain test of `drawable` against the segment from
+    /// `start` to `end` (in the drawable's coordinates) adds to its hits.
+    /// Returns false, having added nothing, for a segment the index cannot
+    /// take (not finite); the caller then tests the plain way.
+    bool intersect(osgUtil::LineSegmentIntersector& intersector,
+                   osgUtil::IntersectionVisitor& visitor, osg::Drawable& drawable,
+                   const osg::Vec3d& start, const osg::Vec3d& end) const;
+
+    /// Number of triangles indexed, and of those a segment may meet (for tests).
+    std::size_t triangleCount() const { return m_triangles.size(); }
+    void candidates(const osg::Vec3d& start, const osg::Vec3d& end,
+                    std::vector<unsigned int>& found) const;
+
+    struct Triangle
+    {
+        unsigned int corner[3];
+        unsigned int primitive;
+    };
+
+private:
+    struct Box
+    {
+        osg::Vec3d low;
+        osg::Vec3d high;
+        /// A leaf holds `count` triangles from `first` in the build order;
+        /// an inner box has its first child right after it and its second
+        /// at `first`.
+        unsigned int first = 0;
+        unsigned int count = 0;
+    };
+
+    struct Signature
+    {
+        const osg::Drawable* drawable = nullptr;
+        const osg::Array* vertices = nullptr;
+        unsigned int vertexCount = 0;
+        unsigned int vertexModified = 0;
+        const osg::Shape* shape = nullptr;
+        std::vector<std::pair<const osg::PrimitiveSet*, unsigned int>> primitives;
+
+        static Signature of(const osg::Geometry& geometry);
+        bool describes(const osg::Geometry& geometry) const;
+    };
+
+    TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle> triangles);
+    unsigned int build(unsigned int first, unsigned int count,
+                       const std::vector<osg::Vec3d>& centres);
+    void fixHits(osgUtil::LineSegmentIntersector& intersector, const osg::Drawable& proxy,
+                 osg::Drawable& drawable, const std::vector<unsigned int>& primitiveOf) const;
+
+    Signature m_signature;
+    const osg::Vec3* m_vertices = nullptr;
+    osg::ref_ptr<osg::Array> m_vertexArray;
+    std::vector<Triangle> m_triangles;
+    /// Triangle numbers (in test order), grouped by leaf.
+    std::vector<unsigned int> m_order;
+    std::vector<Box> m_boxes;
+    double m_margin = 0.0;
+};
+
+} // namespace Rk
+
+#endif
