@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace Rk {
 
@@ -17,6 +18,9 @@ namespace {
 
 // Triangles per leaf box: below this, testing them costs less than the boxes.
 const unsigned int kLeafSize = 4;
+// Boxes below this depth become leaves whatever they hold, which bounds the
+// stack of a search (a tree this deep is far from any handle's).
+const unsigned int kMaxDepth = 48;
 // Boxes grow by this much per unit of the geometry's size and coordinates:
 // many orders of magnitude above the rounding of the triangle test, so that
 // no triangle the test could meet is ever passed over.
@@ -80,6 +84,12 @@ Scratch& scratch()
 {
     thread_local Scratch threadScratch;
     return threadScratch;
+}
+
+double surfaceArea(const osg::BoundingBoxd& box)
+{
+    const osg::Vec3d size = box._max - box._min;
+    return size.x() * size.y() + size.y() * size.z() + size.z() * size.x();
 }
 
 bool segmentMeets(const osg::Vec3d& low, const osg::Vec3d& high, const osg::Vec3d& start,
@@ -195,44 +205,81 @@ TriangleIndex::TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle
     for (unsigned int index = 0; index < m_order.size(); ++index)
         m_order[index] = index;
     m_boxes.reserve(2 * m_triangles.size() / kLeafSize + 1);
-    build(0, unsigned(m_order.size()), centres);
+    build(0, unsigned(m_order.size()), centres, 0);
 }
 
 unsigned int TriangleIndex::build(unsigned int first, unsigned int count,
-                                  const std::vector<osg::Vec3d>& centres)
+                                  const std::vector<osg::Vec3d>& centres, unsigned int depth)
 {
-    const auto& vertices = static_cast<const osg::Vec3Array&>(*m_vertexArray);
     const unsigned int boxIndex = unsigned(m_boxes.size());
     m_boxes.emplace_back();
-    osg::BoundingBoxd bounds;
-    osg::BoundingBoxd centreBounds;
-    for (unsigned int index = first; index < first + count; ++index) {
-        const Triangle& triangle = m_triangles[m_order[index]];
-        for (unsigned int corner : triangle.corner)
-            bounds.expandBy(osg::Vec3d(vertices[corner]));
-        centreBounds.expandBy(centres[m_order[index]]);
-    }
+    const osg::BoundingBoxd bounds = boundsOf(first, count);
     const osg::Vec3d margin(m_margin, m_margin, m_margin);
     m_boxes[boxIndex].low = bounds._min - margin;
     m_boxes[boxIndex].high = bounds._max + margin;
-    if (count <= kLeafSize) {
+    if (count <= kLeafSize || depth + 1 >= kMaxDepth) {
         m_boxes[boxIndex].first = first;
         m_boxes[boxIndex].count = count;
         return boxIndex;
     }
-    // Split at the median of the triangles' centres along their widest axis.
-    const osg::Vec3d extent = centreBounds._max - centreBounds._min;
-    const int axis = extent.x() >= extent.y() && extent.x() >= extent.z() ? 0
-                     : extent.y() >= extent.z()                           ? 1
-                                                                          : 2;
-    const unsigned int half = count / 2;
-    std::nth_element(
-        m_order.begin() + first, m_order.begin() + first + half, m_order.begin() + first + count,
-        [&](unsigned int a, unsigned int b) { return centres[a][axis] < centres[b][axis]; });
-    build(first, half, centres);
-    const unsigned int second = build(first + half, count - half, centres);
+    const unsigned int split = splitCheapest(first, count, centres);
+    build(first, split, centres, depth + 1);
+    const unsigned int second = build(first + split, count - split, centres, depth + 1);
     m_boxes[boxIndex].first = second;
     return boxIndex;
+}
+
+osg::BoundingBoxd TriangleIndex::boundsOf(unsigned int first, unsigned int count) const
+{
+    const auto& vertices = static_cast<const osg::Vec3Array&>(*m_vertexArray);
+    osg::BoundingBoxd bounds;
+    for (unsigned int index = first; index < first + count; ++index)
+        for (unsigned int corner : m_triangles[m_order[index]].corner)
+            bounds.expandBy(osg::Vec3d(vertices[corner]));
+    return bounds;
+}
+
+unsigned int TriangleIndex::splitCheapest(unsigned int first, unsigned int count,
+                                          const std::vector<osg::Vec3d>& centres)
+{
+    // The triangles sorted by their centres along each axis in turn; the
+    // split is where the two boxes' areas, each weighted by the triangles
+    // it holds, add up to the least (what a segment through the parent box
+    // expects to test below it).
+    const auto& vertices = static_cast<const osg::Vec3Array&>(*m_vertexArray);
+    const auto begin = m_order.begin() + first;
+    const auto sortAlong = [&](int axis) {
+        std::sort(begin, begin + count, [&](unsigned int a, unsigned int b) {
+            return centres[a][axis] < centres[b][axis];
+        });
+    };
+    std::vector<double> costBefore(count);
+    int bestAxis = 0;
+    unsigned int bestSplit = count / 2;
+    double bestCost = std::numeric_limits<double>::infinity();
+    for (int axis = 0; axis < 3; ++axis) {
+        sortAlong(axis);
+        osg::BoundingBoxd before;
+        for (unsigned int index = 0; index < count; ++index) {
+            for (unsigned int corner : m_triangles[m_order[first + index]].corner)
+                before.expandBy(osg::Vec3d(vertices[corner]));
+            costBefore[index] = surfaceArea(before) * (index + 1);
+        }
+        osg::BoundingBoxd after;
+        for (unsigned int index = count - 1; index > 0; --index) {
+            for (unsigned int corner : m_triangles[m_order[first + index]].corner)
+                after.expandBy(osg::Vec3d(vertices[corner]));
+            const double cost = costBefore[index - 1] + surfaceArea(after) * (count - index);
+            if (cost < bestCost) {
+                bestCost = cost;
+                bestAxis = axis;
+                bestSplit = index;
+            }
+        }
+    }
+    if (bestAxis != 2)
+        sortAlong(bestAxis);
+    return bestSplit;
 }
 
 void TriangleIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
@@ -241,9 +288,9 @@ void TriangleIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
     found.clear();
     const osg::Vec3d direction = end - start;
     const osg::Vec3d inverse(1.0 / direction.x(), 1.0 / direction.y(), 1.0 / direction.z());
-    // Depth-first through the boxes; the tree is balanced, so its depth is
-    // about log2 of the leaf count and this stack never grows past it.
-    unsigned int stack[64];
+    // Depth-first through the boxes; the stack holds at most one box per
+    // level of the tree (whose depth the build keeps below its size).
+    unsigned int stack[kMaxDepth + 1];
     unsigned int depth = 0;
     stack[depth++] = 0;
     while (depth > 0) {

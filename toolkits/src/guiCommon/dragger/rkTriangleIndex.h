@@ -107,7 +107,11 @@ private:
 
     TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle> triangles);
     unsigned int build(unsigned int first, unsigned int count,
-                       const std::vector<osg::Vec3d>& centres);
+                       const std::vector<osg::Vec3d>& centres, unsigned int depth);
+    osg::BoundingBoxd boundsOf(unsigned int first, unsigned int count) const;
+    /// Orders the triangles from `first` and returns how many go into the first half.
+    unsigned int splitCheapest(unsigned int first, unsigned int count,
+                               const std::vector<osg::Vec3d>& centres);
     void fixHits(osgUtil::LineSegmentIntersector& intersector, const osg::Drawable& proxy,
                  osg::Drawable& drawable, const std::vector<unsigned int>& primitiveOf) const;
 
