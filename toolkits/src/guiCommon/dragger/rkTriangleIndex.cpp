@@ -17,10 +17,12 @@ namespace Rk {
 namespace {
 
 // Triangles per leaf box: below this, testing them costs less than the boxes.
-const unsigned int kLeafSize = 4;
+const unsigned int kLeafSize = 2;
 // Boxes below this depth become leaves whatever they hold, which bounds the
 // stack of a search (a tree this deep is far from any handle's).
 const unsigned int kMaxDepth = 48;
+// Candidate split planes per axis and box, evenly spaced over the triangles' centres.
+const unsigned int kSplitBins = 16;
 // Boxes grow by this much per unit of the geometry's size and coordinates:
 // many orders of magnitude above the rounding of the triangle test, so that
 // no triangle the test could meet is ever passed over.
@@ -86,11 +88,38 @@ Scratch& scratch()
     return threadScratch;
 }
 
-double surfaceArea(const osg::BoundingBoxd& box)
+// A box grown without branches (empty: inverted), for the many boxes the
+// build of a tree weighs.
+struct Span
 {
-    const osg::Vec3d size = box._max - box._min;
-    return size.x() * size.y() + size.y() * size.z() + size.z() * size.x();
-}
+    double low[3] = {kEmpty, kEmpty, kEmpty};
+    double high[3] = {-kEmpty, -kEmpty, -kEmpty};
+
+    static constexpr double kEmpty = std::numeric_limits<double>::max();
+
+    void add(const osg::BoundingBoxd& box)
+    {
+        for (int axis = 0; axis < 3; ++axis) {
+            low[axis] = std::min(low[axis], box._min[axis]);
+            high[axis] = std::max(high[axis], box._max[axis]);
+        }
+    }
+    void add(const Span& span)
+    {
+        for (int axis = 0; axis < 3; ++axis) {
+            low[axis] = std::min(low[axis], span.low[axis]);
+            high[axis] = std::max(high[axis], span.high[axis]);
+        }
+    }
+    /// Half the surface area; only for a span that holds something.
+    double area() const
+    {
+        const double x = high[0] - low[0];
+        const double y = high[1] - low[1];
+        const double z = high[2] - low[2];
+        return x * y + y * z + z * x;
+    }
+};
 
 bool segmentMeets(const osg::Vec3d& low, const osg::Vec3d& high, const osg::Vec3d& start,
                   const osg::Vec3d& direction, const osg::Vec3d& inverse)
@@ -188,32 +217,48 @@ TriangleIndex::TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle
       m_vertexArray(const_cast<osg::Array*>(geometry.getVertexArray())),
       m_triangles(std::move(triangles))
 {
+}
+
+void TriangleIndex::ensureBuilt() const
+{
+    if (m_built.load(std::memory_order_acquire))
+        return;
+    std::lock_guard<std::mutex> lock(m_building);
+    if (m_built.load(std::memory_order_relaxed))
+        return;
+    const_cast<TriangleIndex*>(this)->buildBoxes();
+    m_built.store(true, std::memory_order_release);
+}
+
+void TriangleIndex::buildBoxes()
+{
     const auto& vertices = static_cast<const osg::Vec3Array&>(*m_vertexArray);
     osg::BoundingBoxd all;
     for (const osg::Vec3& vertex : vertices)
         all.expandBy(osg::Vec3d(vertex));
     m_margin =
         kMarginPerUnit * (1.0 + all.radius() + std::max(all._min.length(), all._max.length()));
-    std::vector<osg::Vec3d> centres;
-    centres.reserve(m_triangles.size());
-    for (const Triangle& triangle : m_triangles)
-        centres.push_back((osg::Vec3d(vertices[triangle.corner[0]]) +
-                           osg::Vec3d(vertices[triangle.corner[1]]) +
-                           osg::Vec3d(vertices[triangle.corner[2]])) /
-                          3.0);
+    std::vector<Extent> extents(m_triangles.size());
+    for (std::size_t number = 0; number < m_triangles.size(); ++number) {
+        Extent& extent = extents[number];
+        for (unsigned int corner : m_triangles[number].corner) {
+            extent.box.expandBy(osg::Vec3d(vertices[corner]));
+            extent.centre += osg::Vec3d(vertices[corner]) / 3.0;
+        }
+    }
     m_order.resize(m_triangles.size());
     for (unsigned int index = 0; index < m_order.size(); ++index)
         m_order[index] = index;
     m_boxes.reserve(2 * m_triangles.size() / kLeafSize + 1);
-    build(0, unsigned(m_order.size()), centres, 0);
+    build(0, unsigned(m_order.size()), extents, 0);
 }
 
 unsigned int TriangleIndex::build(unsigned int first, unsigned int count,
-                                  const std::vector<osg::Vec3d>& centres, unsigned int depth)
+                                  const std::vector<Extent>& extents, unsigned int depth)
 {
     const unsigned int boxIndex = unsigned(m_boxes.size());
     m_boxes.emplace_back();
-    const osg::BoundingBoxd bounds = boundsOf(first, count);
+    const osg::BoundingBoxd bounds = boundsOf(first, count, extents);
     const osg::Vec3d margin(m_margin, m_margin, m_margin);
     m_boxes[boxIndex].low = bounds._min - margin;
     m_boxes[boxIndex].high = bounds._max + margin;
@@ -222,69 +267,90 @@ unsigned int TriangleIndex::build(unsigned int first, unsigned int count,
         m_boxes[boxIndex].count = count;
         return boxIndex;
     }
-    const unsigned int split = splitCheapest(first, count, centres);
-    build(first, split, centres, depth + 1);
-    const unsigned int second = build(first + split, count - split, centres, depth + 1);
+    const unsigned int split = splitCheapest(first, count, extents);
+    build(first, split, extents, depth + 1);
+    const unsigned int second = build(first + split, count - split, extents, depth + 1);
     m_boxes[boxIndex].first = second;
     return boxIndex;
 }
 
-osg::BoundingBoxd TriangleIndex::boundsOf(unsigned int first, unsigned int count) const
+osg::BoundingBoxd TriangleIndex::boundsOf(unsigned int first, unsigned int count,
+                                          const std::vector<Extent>& extents) const
 {
-    const auto& vertices = static_cast<const osg::Vec3Array&>(*m_vertexArray);
     osg::BoundingBoxd bounds;
     for (unsigned int index = first; index < first + count; ++index)
-        for (unsigned int corner : m_triangles[m_order[index]].corner)
-            bounds.expandBy(osg::Vec3d(vertices[corner]));
+        bounds.expandBy(extents[m_order[index]].box);
     return bounds;
 }
 
 unsigned int TriangleIndex::splitCheapest(unsigned int first, unsigned int count,
-                                          const std::vector<osg::Vec3d>& centres)
+                                          const std::vector<Extent>& extents)
 {
-    // The triangles sorted by their centres along each axis in turn; the
-    // split is where the two boxes' areas, each weighted by the triangles
-    // it holds, add up to the least (what a segment through the parent box
-    // expects to test below it).
-    const auto& vertices = static_cast<const osg::Vec3Array&>(*m_vertexArray);
+    // The triangles binned by their centres along each axis in turn; the
+    // split is the bin boundary where the two boxes' areas, each weighted by
+    // the triangles it holds, add up to the least (what a segment through
+    // the parent box expects to test below it).
     const auto begin = m_order.begin() + first;
-    const auto sortAlong = [&](int axis) {
-        std::sort(begin, begin + count, [&](unsigned int a, unsigned int b) {
-            return centres[a][axis] < centres[b][axis];
-        });
-    };
-    std::vector<double> costBefore(count);
-    int bestAxis = 0;
-    unsigned int bestSplit = count / 2;
+    osg::BoundingBoxd centreBounds;
+    for (auto number = begin; number != begin + count; ++number)
+        centreBounds.expandBy(extents[*number].centre);
+    // Neither half may hold less than a quarter: the tree stays shallow,
+    // and so does the work of building it.
+    const unsigned int least = std::max(1u, count / 4);
+    int bestAxis = -1;
+    double bestPlane = 0.0;
     double bestCost = std::numeric_limits<double>::infinity();
     for (int axis = 0; axis < 3; ++axis) {
-        sortAlong(axis);
-        osg::BoundingBoxd before;
-        for (unsigned int index = 0; index < count; ++index) {
-            for (unsigned int corner : m_triangles[m_order[first + index]].corner)
-                before.expandBy(osg::Vec3d(vertices[corner]));
-            costBefore[index] = surfaceArea(before) * (index + 1);
+        const double low = centreBounds._min[axis];
+        const double width = centreBounds._max[axis] - low;
+        if (!(width > 0.0))
+            continue;
+        Span binSpans[kSplitBins];
+        unsigned int binCounts[kSplitBins] = {};
+        const double binsPerUnit = kSplitBins / width;
+        for (auto number = begin; number != begin + count; ++number) {
+            const Extent& extent = extents[*number];
+            const unsigned int bin =
+                std::min(kSplitBins - 1, unsigned((extent.centre[axis] - low) * binsPerUnit));
+            ++binCounts[bin];
+            binSpans[bin].add(extent.box);
         }
-        osg::BoundingBoxd after;
-        for (unsigned int index = count - 1; index > 0; --index) {
-            for (unsigned int corner : m_triangles[m_order[first + index]].corner)
-                after.expandBy(osg::Vec3d(vertices[corner]));
-            const double cost = costBefore[index - 1] + surfaceArea(after) * (count - index);
+        double costBefore[kSplitBins];
+        Span before;
+        unsigned int countBefore = 0;
+        for (unsigned int bin = 0; bin + 1 < kSplitBins; ++bin) {
+            before.add(binSpans[bin]);
+            countBefore += binCounts[bin];
+            costBefore[bin] = countBefore > 0 ? before.area() * countBefore : 0.0;
+        }
+        Span after;
+        unsigned int countAfter = 0;
+        for (unsigned int bin = kSplitBins - 1; bin > 0; --bin) {
+            after.add(binSpans[bin]);
+            countAfter += binCounts[bin];
+            if (countAfter < least || count - countAfter < least)
+                continue;
+            const double cost = costBefore[bin - 1] + after.area() * countAfter;
             if (cost < bestCost) {
                 bestCost = cost;
                 bestAxis = axis;
-                bestSplit = index;
+                bestPlane = low + width * bin / kSplitBins;
             }
         }
     }
-    if (bestAxis != 2)
-        sortAlong(bestAxis);
-    return bestSplit;
+    if (bestAxis < 0)
+        return count / 2; // no balanced plane: the triangles stay in their order
+    const auto middle = std::partition(begin, begin + count, [&](unsigned int number) {
+        return extents[number].centre[bestAxis] < bestPlane;
+    });
+    const auto split = unsigned(middle - begin);
+    return split > 0 && split < count ? split : count / 2;
 }
 
 void TriangleIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
                                std::vector<unsigned int>& found) const
 {
+    ensureBuilt();
     found.clear();
     const osg::Vec3d direction = end - start;
     const osg::Vec3d inverse(1.0 / direction.x(), 1.0 / direction.y(), 1.0 / direction.z());

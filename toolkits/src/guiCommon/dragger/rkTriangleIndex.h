@@ -6,6 +6,8 @@
 #include <osg/Vec3d>
 #include <osgUtil/LineSegmentIntersector>
 
+#include <atomic>
+#include <mutex>
 #include <vector>
 
 namespace osg {
@@ -45,8 +47,11 @@ namespace Rk {
 /// points or lines, vertices that are not an `osg::Vec3Array`, a KdTree or
 /// user data of its own gets no index.
 ///
-/// Built once (shared handle geometry is immutable) and read-only after; a
-/// pick through it may run on any thread.
+/// The triangles are recorded when the index is attached; the boxes are
+/// built, once and under a lock, by the first pick that reaches the drawable
+/// (a fraction of a millisecond for a handle's few hundred triangles), so
+/// that building a dragger costs little more than before. Read-only after;
+/// picks through it may run on any thread.
 class TriangleIndex : public osg::Referenced
 {
 public:
@@ -106,19 +111,31 @@ private:
     };
 
     TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle> triangles);
-    unsigned int build(unsigned int first, unsigned int count,
-                       const std::vector<osg::Vec3d>& centres, unsigned int depth);
-    osg::BoundingBoxd boundsOf(unsigned int first, unsigned int count) const;
+    void ensureBuilt() const;
+    void buildBoxes();
+    /// A triangle's box and centre, while the boxes are built.
+    struct Extent
+    {
+        osg::BoundingBoxd box;
+        osg::Vec3d centre;
+    };
+
+    unsigned int build(unsigned int first, unsigned int count, const std::vector<Extent>& extents,
+                       unsigned int depth);
+    osg::BoundingBoxd boundsOf(unsigned int first, unsigned int count,
+                               const std::vector<Extent>& extents) const;
     /// Orders the triangles from `first` and returns how many go into the first half.
     unsigned int splitCheapest(unsigned int first, unsigned int count,
-                               const std::vector<osg::Vec3d>& centres);
+                               const std::vector<Extent>& extents);
     void fixHits(osgUtil::LineSegmentIntersector& intersector, const osg::Drawable& proxy,
                  osg::Drawable& drawable, const std::vector<unsigned int>& primitiveOf) const;
 
     Signature m_signature;
-    const osg::Vec3* m_vertices = nullptr;
     osg::ref_ptr<osg::Array> m_vertexArray;
     std::vector<Triangle> m_triangles;
+    // The boxes, built at the first search.
+    mutable std::atomic<bool> m_built{false};
+    mutable std::mutex m_building;
     /// Triangle numbers (in test order), grouped by leaf.
     std::vector<unsigned int> m_order;
     std::vector<Box> m_boxes;
