@@ -196,6 +196,23 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
         harness.root()->removeChild(blocker.get());
     }
     showExtraHandles(false);
+
+    // The shapes' window images, kept while the gizmo and the camera stay,
+    // follow the gizmo when it moves away and back.
+    harness.lookAt(kEye, osg::Vec3d(), osg::Z_AXIS);
+    dragger->setPickTolerance(kTolerance);
+    const osg::Matrixd home = dragger->getMatrix();
+    for (const osg::Vec3d& offset : {osg::Vec3d(), osg::Vec3d(-1.0, 0.0, 1.0), osg::Vec3d()}) {
+        SCOPED_TRACE(offset.z());
+        dragger->setMatrix(home * osg::Matrixd::translate(offset));
+        store.pose = dragger->getMatrix();
+        const osg::Vec2d at = besideArrow(C::X_AXIS, 9);
+        EXPECT_TRUE(harness.press(at));
+        EXPECT_EQ(dragger->activeAxis(), C::X_AXIS);
+        harness.release(at);
+    }
+    dragger->setMatrix(home);
+    store.pose = home;
 }
 
 TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)

@@ -65,6 +65,7 @@ unsigned int HandlePieces::childSignature() const
 
 void HandlePieces::collect()
 {
+    ++m_generation;
     m_handles.clear();
     m_exclusions.clear();
     m_pieces.clear();

@@ -83,6 +83,8 @@ public:
 
     const std::vector<osgManipulator::Dragger*>& handles() const { return m_handles; }
     const std::vector<Piece>& pieces() const { return m_pieces; }
+    /// Changes whenever the pieces are read again.
+    unsigned int generation() const { return m_generation; }
     const osg::Vec3& point(std::size_t index) const { return m_points[index]; }
     /// The facing transform that places the pieces with `facingFrame` `index`.
     const osg::Node& facingFrame(int index) const { return *m_facingFrames[std::size_t(index)]; }
@@ -117,6 +119,7 @@ private:
     /// The facing transforms below the handles.
     std::vector<const osg::Node*> m_facingFrames;
     unsigned int m_signature = ~0u;
+    unsigned int m_generation = 0;
 };
 
 } // namespace Rk

@@ -71,23 +71,31 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const WindowProjection& projec
     if (!projection.valid || !(pixels > 0.0))
         return best;
     m_pieces.refresh();
+    if (m_imagesGeneration != m_pieces.generation()) {
+        m_handleTransforms.assign(handles().size(), HandleTransform());
+        m_pieceImages.assign(m_pieces.pieces().size(), KeptImage());
+        m_imagesGeneration = m_pieces.generation();
+    }
     std::size_t matrixOf = handles().size();
     bool shown = false;
     osg::Matrixd handleToWorld;
     osg::Matrixd localToWindow;
-    for (const Piece& piece : m_pieces.pieces()) {
+    for (std::size_t index = 0; index < m_pieces.pieces().size(); ++index) {
+        const Piece& piece = m_pieces.pieces()[index];
         if (matrixOf != piece.handleIndex) {
             matrixOf = piece.handleIndex;
             shown = m_pieces.shown(matrixOf);
             if (shown) {
                 handleToWorld = WindowProjection::localToWorld(*handles()[matrixOf]);
                 localToWindow = handleToWorld * projection.worldToWindow;
+                keepTransform(matrixOf, localToWindow);
             }
         }
         if (!shown)
             continue;
         if (piece.facingFrame < 0) {
-            measurePiece(piece, localToWindow, projection.pointer, pixels, best);
+            measurePiece(piece, localToWindow, keptBoundImage(index, localToWindow),
+                         projection.pointer, pixels, best);
             continue;
         }
         osg::Matrixd pieceToWorld;
@@ -95,8 +103,9 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const WindowProjection& projec
         if (!facingToWorld(piece, projection, pieceToWorld) || !worldToHandle.invert(handleToWorld))
             continue;
         const double nearestBefore = best.pixels;
-        measurePiece(piece, pieceToWorld * projection.worldToWindow, projection.pointer, pixels,
-                     best);
+        const osg::Matrixd pieceToWindow = pieceToWorld * projection.worldToWindow;
+        measurePiece(piece, pieceToWindow, boundImage(piece, pieceToWindow), projection.pointer,
+                     pixels, best);
         if (best.pixels < nearestBefore)
             best.localPoint = best.localPoint * pieceToWorld * worldToHandle;
     }
@@ -106,8 +115,38 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const WindowProjection& projec
     return best;
 }
 
+SphereImage HandleShapes::boundImage(const Piece& piece, const osg::Matrixd& localToWindow)
+{
+    // A cone's bound grows by its largest radius (see measurePiece).
+    const double widening = std::max({0.0f, piece.startRadius, piece.endRadius});
+    return SphereImage::of(piece.boundCentre, piece.boundRadius + widening, localToWindow);
+}
+
+void HandleShapes::keepTransform(std::size_t handleIndex, const osg::Matrixd& localToWindow)
+{
+    HandleTransform& transform = m_handleTransforms[handleIndex];
+    if (transform.stamp == 0 || !sameBits(transform.localToWindow, localToWindow)) {
+        transform.localToWindow = localToWindow;
+        transform.stamp = ++m_lastStamp;
+    }
+}
+
+const SphereImage& HandleShapes::keptBoundImage(std::size_t pieceIndex,
+                                                const osg::Matrixd& localToWindow)
+{
+    const HandleTransform& transform =
+        m_handleTransforms[m_pieces.pieces()[pieceIndex].handleIndex];
+    KeptImage& kept = m_pieceImages[pieceIndex];
+    if (kept.stamp != transform.stamp) {
+        kept.image = boundImage(m_pieces.pieces()[pieceIndex], localToWindow);
+        kept.stamp = transform.stamp;
+    }
+    return kept.image;
+}
+
 void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
-                                const osg::Vec2d& pointer, double pixels, Nearest& best) const
+                                const SphereImage& bound, const osg::Vec2d& pointer, double pixels,
+                                Nearest& best) const
 {
     // A piece of plain lines or faces measures at least its bound's distance
     // less its half width. A widened piece (a cone) measures at least the
@@ -119,8 +158,6 @@ void HandleShapes::measurePiece(const Piece& piece, const osg::Matrixd& localToW
     const double reach = std::min(best.pixels, pixels) + piece.halfWidth;
     if (piece.kind != Kind::BALL) {
         const double widening = std::max({0.0f, piece.startRadius, piece.endRadius});
-        const SphereImage bound =
-            SphereImage::of(piece.boundCentre, piece.boundRadius + widening, localToWindow);
         const double rimAllowance = widening > 0.0 ? 2.0 * bound.spread.length() : 0.0;
         if (!bound.reaches(pointer, reach + rimAllowance))
             return;

@@ -74,8 +74,14 @@ private:
     using Piece = HandlePieces::Piece;
     using Kind = HandlePieces::Kind;
 
+    static SphereImage boundImage(const Piece& piece, const osg::Matrixd& localToWindow);
     void measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
-                      const osg::Vec2d& pointer, double pixels, Nearest& best) const;
+                      const SphereImage& bound, const osg::Vec2d& pointer, double pixels,
+                      Nearest& best) const;
+    /// Gives the handle's transform a new stamp unless it is the one kept.
+    void keepTransform(std::size_t handleIndex, const osg::Matrixd& localToWindow);
+    /// The piece's bound image for its handle's kept transform, `localToWindow`.
+    const SphereImage& keptBoundImage(std::size_t pieceIndex, const osg::Matrixd& localToWindow);
     void measureOutline(const Piece& piece, const osg::Matrixd& localToWindow,
                         const osg::Vec2d& pointer, Nearest& best) const;
     bool measureInsideFace(const Piece& piece, const osg::Matrixd& localToWindow,
@@ -99,6 +105,26 @@ private:
         SphereImage image;
     };
     OwnerImage m_ownerImage;
+
+    /// The images of the pieces' bounds, kept per handle for one
+    /// local-to-window transform: a search under an unchanged camera and
+    /// pose (pointer moves, repeated presses) projects none of them again.
+    /// A piece's image is made again when its handle's transform got another
+    /// stamp since, or the pieces were read again.
+    struct HandleTransform
+    {
+        osg::Matrixd localToWindow;
+        std::uint64_t stamp = 0;
+    };
+    struct KeptImage
+    {
+        SphereImage image;
+        std::uint64_t stamp = 0;
+    };
+    std::vector<HandleTransform> m_handleTransforms;
+    std::vector<KeptImage> m_pieceImages;
+    unsigned int m_imagesGeneration = ~0u;
+    std::uint64_t m_lastStamp = 0;
 };
 
 } // namespace Rk
