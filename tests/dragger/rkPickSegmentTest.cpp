@@ -179,6 +179,24 @@ osg::ref_ptr<osg::Geometry> everyKindOfTriangle()
     return geometry;
 }
 
+/// `geometry` with points and lines drawn first: they count as primitives,
+/// so the triangles' primitive indices start after them.
+osg::ref_ptr<osg::Geometry> withPointsAndLines(osg::ref_ptr<osg::Geometry> geometry)
+{
+    geometry->insertPrimitiveSet(0, new osg::DrawArrays(GL_POINTS, 0, 5));
+    geometry->insertPrimitiveSet(1, new osg::DrawArrays(GL_LINE_LOOP, 2, 7));
+    geometry->insertPrimitiveSet(2, new osg::DrawArrays(GL_LINES, 4, 6));
+    return geometry;
+}
+
+osg::ref_ptr<osg::Geometry> linesAlone()
+{
+    osg::ref_ptr<osg::Geometry> geometry = everyKindOfTriangle();
+    geometry->removePrimitiveSet(0, geometry->getNumPrimitiveSets());
+    geometry->addPrimitiveSet(new osg::DrawArrays(GL_LINE_STRIP, 0, 12));
+    return geometry;
+}
+
 /// Segments across `box`: through random points of it in random
 /// directions, and through every third corner or edge middle of the
 /// geometry, some along the axes (direction components exactly zero) and
@@ -220,7 +238,9 @@ TEST(TriangleIndex, PicksThroughTheIndexFindTheHitsOfThePlainTriangleTest)
          new osg::ShapeDrawable(new osg::Cylinder(osg::Vec3(0.0f, 0.0f, 0.5f), 0.03f, 1.0f))},
         {"arrow head cone",
          new osg::ShapeDrawable(new osg::Cone(osg::Vec3(0.0f, 0.0f, 1.0f), 0.06f, 0.15f))},
-        {"every kind of triangle primitive", everyKindOfTriangle()}};
+        {"every kind of triangle primitive", everyKindOfTriangle()},
+        {"points and lines before the triangles", withPointsAndLines(everyKindOfTriangle())},
+        {"lines alone (a ring's line)", linesAlone()}};
     for (const auto& [name, geometry] : rows) {
         SCOPED_TRACE(name);
         ASSERT_TRUE(Rk::TriangleIndex::attachTo(*geometry));
@@ -236,7 +256,10 @@ TEST(TriangleIndex, PicksThroughTheIndexFindTheHitsOfThePlainTriangleTest)
             EXPECT_TRUE(hits == pick(geode.get(), indexed.get())) << start << " to " << end;
             segmentsWithHits += hits.empty() ? 0 : 1;
         }
-        EXPECT_GT(segmentsWithHits, 100) << "the segments meet the geometry";
+        if (Rk::TriangleIndex::of(*geometry)->triangleCount() > 0)
+            EXPECT_GT(segmentsWithHits, 100) << "the segments meet the geometry";
+        else
+            EXPECT_EQ(segmentsWithHits, 0) << "lines are never hit";
     }
 }
 
@@ -270,9 +293,9 @@ TEST(TriangleIndex, ChangedOrUnsuitableGeometryIsPickedThePlainWay)
                                                           osg::Vec3d(0.5, 0.5, 1.0)))
         << "left to the plain test";
 
-    osg::ref_ptr<osg::Geometry> withLines = everyKindOfTriangle();
-    withLines->addPrimitiveSet(new osg::DrawArrays(GL_LINES, 0, 2));
-    EXPECT_FALSE(Rk::TriangleIndex::attachTo(*withLines));
+    osg::ref_ptr<osg::Geometry> nothingDrawn = new osg::Geometry;
+    nothingDrawn->setVertexArray(fresh->getVertexArray());
+    EXPECT_FALSE(Rk::TriangleIndex::attachTo(*nothingDrawn)) << "no primitives";
 }
 
 TEST(PickSegment, WhatABoundCannotVouchForIsAlwaysEntered)

@@ -45,8 +45,18 @@ struct TriangleRecorder
         triangles->push_back({{indexOf(a), indexOf(b), indexOf(c)}, primitive});
     }
 
-    void operator()(const osg::Vec3&, bool) { unsupported = true; }
-    void operator()(const osg::Vec3&, const osg::Vec3&, bool) { unsupported = true; }
+    // Points and lines are counted as primitives, as the intersector counts
+    // them, but never hit.
+    void operator()(const osg::Vec3&, bool temporary)
+    {
+        unsupported = unsupported || temporary;
+        ++primitive;
+    }
+    void operator()(const osg::Vec3&, const osg::Vec3&, bool temporary)
+    {
+        unsupported = unsupported || temporary;
+        ++primitive;
+    }
     void operator()(const osg::Vec3& a, const osg::Vec3& b, const osg::Vec3& c, bool temporary)
     {
         unsupported = unsupported || temporary;
@@ -187,7 +197,7 @@ bool TriangleIndex::attachTo(osg::Geometry& geometry)
     recorder.base = &vertices->front();
     recorder.triangles = &triangles;
     geometry.accept(recorder);
-    if (recorder.unsupported || triangles.empty())
+    if (recorder.unsupported || recorder.primitive == 0)
         return false;
     geometry.setUserData(new TriangleIndex(geometry, std::move(triangles)));
     return true;
@@ -350,8 +360,10 @@ unsigned int TriangleIndex::splitCheapest(unsigned int first, unsigned int count
 void TriangleIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
                                std::vector<unsigned int>& found) const
 {
-    ensureBuilt();
     found.clear();
+    if (m_triangles.empty())
+        return;
+    ensureBuilt();
     const osg::Vec3d direction = end - start;
     const osg::Vec3d inverse(1.0 / direction.x(), 1.0 / direction.y(), 1.0 / direction.z());
     // Depth-first through the boxes; the stack holds at most one box per

@@ -43,9 +43,11 @@ namespace Rk {
 /// the same vertex array (same object, size and modified count), the same
 /// primitive sets (same objects and modified counts) and the same shape. A
 /// drawable changed in any of these through OpenSceneGraph's setters or
-/// `dirty()` calls is picked the plain way from then on. Geometry with
-/// points or lines, vertices that are not an `osg::Vec3Array`, a KdTree or
-/// user data of its own gets no index.
+/// `dirty()` calls is picked the plain way from then on. Points and lines
+/// count as primitives, as they do in the plain test, which never hits them:
+/// a drawable of lines alone (a ring's line) is passed over at once.
+/// Geometry without primitives, with vertices that are not an
+/// `osg::Vec3Array`, with a KdTree or with user data of its own gets no index.
 ///
 /// The triangles are recorded when the index is attached; the boxes are
 /// built, once and under a lock, by the first pick that reaches the drawable
