@@ -1,5 +1,7 @@
 #include "rkAxialShellBound.h"
 
+#include "rkSlab.h"
+
 #include <osg/Geode>
 #include <osg/Geometry>
 #include <osg/TemplatePrimitiveFunctor>
@@ -151,21 +153,9 @@ bool AxialShellBound::mayBeMetBy(const osg::Geode& geode, const osg::Vec3d& star
     const osg::Vec3d direction = end - start;
     double t0 = 0.0;
     double t1 = 1.0;
-    const double low = shell.minZ - margin;
-    const double high = shell.maxZ + margin;
-    if (direction.z() == 0.0) {
-        if (start.z() < low || start.z() > high)
-            return false;
-    } else {
-        double enter = (low - start.z()) / direction.z();
-        double leave = (high - start.z()) / direction.z();
-        if (enter > leave)
-            std::swap(enter, leave);
-        t0 = std::max(t0, enter);
-        t1 = std::min(t1, leave);
-        if (t0 > t1)
-            return false;
-    }
+    if (!clipToSlab(start.z(), direction.z(), 1.0 / direction.z(), shell.minZ - margin,
+                    shell.maxZ + margin, t0, t1))
+        return false;
     // ... meets the shell when its squared distance from the axis, a
     // quadratic in t, reaches into [minRadius^2, maxRadius^2].
     const double a = direction.x() * direction.x() + direction.y() * direction.y();

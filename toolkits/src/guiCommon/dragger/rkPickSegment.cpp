@@ -4,6 +4,7 @@
 #include "rkFacingTransform.h"
 #include "rkFinite.h"
 #include "rkFrontIntersector.h"
+#include "rkSlab.h"
 
 #include <osg/Billboard>
 #include <osg/Geode>
@@ -31,23 +32,10 @@ bool clipToBox(osg::Vec3d& start, osg::Vec3d& end, const osg::BoundingBox& box, 
     double enter = 0.0;
     double leave = 1.0;
     const osg::Vec3d direction = end - start;
-    for (int axis = 0; axis < 3; ++axis) {
-        const double low = box._min[axis] - margin;
-        const double high = box._max[axis] + margin;
-        if (direction[axis] == 0.0) {
-            if (start[axis] < low || start[axis] > high)
-                return false;
-            continue;
-        }
-        double t0 = (low - start[axis]) / direction[axis];
-        double t1 = (high - start[axis]) / direction[axis];
-        if (t0 > t1)
-            std::swap(t0, t1);
-        enter = std::max(enter, t0);
-        leave = std::min(leave, t1);
-        if (enter > leave)
+    for (int axis = 0; axis < 3; ++axis)
+        if (!clipToSlab(start[axis], direction[axis], 1.0 / direction[axis],
+                        box._min[axis] - margin, box._max[axis] + margin, enter, leave))
             return false;
-    }
     end = start + direction * leave;
     start = start + direction * enter;
     return true;

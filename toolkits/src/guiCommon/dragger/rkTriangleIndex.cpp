@@ -1,6 +1,7 @@
 #include "rkTriangleIndex.h"
 
 #include "rkFinite.h"
+#include "rkSlab.h"
 
 #include <osg/Geode>
 #include <osg/Geometry>
@@ -134,23 +135,12 @@ struct Span
 bool segmentMeets(const osg::Vec3d& low, const osg::Vec3d& high, const osg::Vec3d& start,
                   const osg::Vec3d& direction, const osg::Vec3d& inverse)
 {
-    double near = -kParameterSlack;
-    double far = 1.0 + kParameterSlack;
-    for (int axis = 0; axis < 3; ++axis) {
-        if (direction[axis] == 0.0) {
-            if (start[axis] < low[axis] || start[axis] > high[axis])
-                return false;
-            continue;
-        }
-        double enter = (low[axis] - start[axis]) * inverse[axis];
-        double leave = (high[axis] - start[axis]) * inverse[axis];
-        if (enter > leave)
-            std::swap(enter, leave);
-        near = std::max(near, enter);
-        far = std::min(far, leave);
-        if (near > far)
+    double enter = -kParameterSlack;
+    double leave = 1.0 + kParameterSlack;
+    for (int axis = 0; axis < 3; ++axis)
+        if (!clipToSlab(start[axis], direction[axis], inverse[axis], low[axis], high[axis], enter,
+                        leave))
             return false;
-    }
     return true;
 }
 
