@@ -76,7 +76,9 @@ struct TriangleRecorder
 
 // The scratch of picks through an index on one thread: a geometry that
 // shares the indexed vertices and holds only the triangles a segment may
-// meet, handed to OpenSceneGraph's own test in place of the drawable.
+// meet, handed to OpenSceneGraph's own test in place of the drawable. It
+// keeps the vertices of its last pick until a pick through another index
+// (or the thread's end), so that picks through one drawable set them once.
 struct Scratch
 {
     osg::ref_ptr<osg::Geometry> proxy;
