@@ -7,6 +7,7 @@
 #include "rkFrontIntersector.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkRotateDragger.h"
+#include "rkTorusIndex.h"
 #include "rkTriangleIndex.h"
 
 #include <gtest/gtest.h>
@@ -229,11 +230,20 @@ std::vector<std::pair<osg::Vec3d, osg::Vec3d>> segmentsAcross(const osg::Vec3Arr
     return segments;
 }
 
+/// A ring's pick torus as the rotate draggers build it, with its index.
+osg::ref_ptr<osg::Geometry> pickTorus()
+{
+    osg::ref_ptr<osg::Geode> ring =
+        RkDraggerUtility::createRotateDraggerTorusGeode(float(kRingRadius), 0.02f, 2.0f);
+    return ring->getDrawable(0)->asGeometry();
+}
+
 } // namespace
 
-TEST(TriangleIndex, PicksThroughTheIndexFindTheHitsOfThePlainTriangleTest)
+TEST(PickIndex, PicksThroughAnIndexFindTheHitsOfThePlainTest)
 {
     const std::pair<const char*, osg::ref_ptr<osg::Geometry>> rows[] = {
+        {"ring pick torus (through its KdTree)", pickTorus()},
         {"arrow pick cylinder",
          new osg::ShapeDrawable(new osg::Cylinder(osg::Vec3(0.0f, 0.0f, 0.5f), 0.03f, 1.0f))},
         {"arrow head cone",
@@ -243,7 +253,7 @@ TEST(TriangleIndex, PicksThroughTheIndexFindTheHitsOfThePlainTriangleTest)
         {"lines alone (a ring's line)", linesAlone()}};
     for (const auto& [name, geometry] : rows) {
         SCOPED_TRACE(name);
-        ASSERT_TRUE(Rk::TriangleIndex::attachTo(*geometry));
+        ASSERT_TRUE(Rk::PickIndex::of(*geometry) || Rk::TriangleIndex::attachTo(*geometry));
         osg::ref_ptr<osg::Geode> geode = new osg::Geode;
         geode->addDrawable(geometry.get());
         const auto& vertices = static_cast<const osg::Vec3Array&>(*geometry->getVertexArray());
@@ -256,14 +266,15 @@ TEST(TriangleIndex, PicksThroughTheIndexFindTheHitsOfThePlainTriangleTest)
             EXPECT_TRUE(hits == pick(geode.get(), indexed.get())) << start << " to " << end;
             segmentsWithHits += hits.empty() ? 0 : 1;
         }
-        if (Rk::TriangleIndex::of(*geometry)->triangleCount() > 0)
+        const Rk::TriangleIndex* triangles = Rk::TriangleIndex::of(*geometry);
+        if (!triangles || triangles->triangleCount() > 0)
             EXPECT_GT(segmentsWithHits, 100) << "the segments meet the geometry";
         else
             EXPECT_EQ(segmentsWithHits, 0) << "lines are never hit";
     }
 }
 
-TEST(TriangleIndex, ChangedOrUnsuitableGeometryIsPickedThePlainWay)
+TEST(PickIndex, ChangedOrUnsuitableGeometryIsPickedThePlainWay)
 {
     osg::ref_ptr<osg::Geometry> geometry = everyKindOfTriangle();
     ASSERT_TRUE(Rk::TriangleIndex::attachTo(*geometry));
@@ -296,6 +307,20 @@ TEST(TriangleIndex, ChangedOrUnsuitableGeometryIsPickedThePlainWay)
     osg::ref_ptr<osg::Geometry> nothingDrawn = new osg::Geometry;
     nothingDrawn->setVertexArray(fresh->getVertexArray());
     EXPECT_FALSE(Rk::TriangleIndex::attachTo(*nothingDrawn)) << "no primitives";
+
+    // A torus index needs the torus's KdTree and the layout it was built with.
+    osg::ref_ptr<osg::Geometry> torus = pickTorus();
+    const Rk::TorusIndex::Layout layout{float(kRingRadius), 0.02f, 100, 100, 0.0628318563f};
+    osg::ref_ptr<osg::Geometry> copy = new osg::Geometry;
+    copy->setVertexArray(torus->getVertexArray());
+    EXPECT_FALSE(Rk::TorusIndex::attachTo(*copy, layout)) << "no KdTree";
+    copy->setShape(torus->getShape());
+    EXPECT_FALSE(Rk::TorusIndex::attachTo(*copy, {float(kRingRadius), 0.02f, 99, 101, 0.06f}))
+        << "another layout";
+    EXPECT_TRUE(Rk::TorusIndex::attachTo(*copy, layout));
+    EXPECT_NE(Rk::PickIndex::of(*torus), nullptr);
+    torus->getVertexArray()->dirty();
+    EXPECT_EQ(Rk::PickIndex::of(*torus), nullptr) << "the vertices changed";
 }
 
 TEST(PickSegment, WhatABoundCannotVouchForIsAlwaysEntered)

@@ -2,6 +2,7 @@
 
 #include "rkAxialShellBound.h"
 #include "rkSharedHandleGeometry.h"
+#include "rkTorusIndex.h"
 
 #include <osg/Geometry>
 #include <osg/Image>
@@ -101,6 +102,10 @@ osg::Geometry* createPickTorus(float ringRadius, float tubeRadius)
     torus->addPrimitiveSet(new osg::DrawArrays(GL_QUAD_STRIP, 0, vertices->size()));
     torus->setCullCallback(new ForceCullCallback);
     torus->setShape(createPickTree(vertices).get());
+    // Picks find the few triangles a ray meets from where it passes round
+    // the ring and the tube; the tree stays as the reference of their order.
+    Rk::TorusIndex::attachTo(*torus,
+                             {ringRadius, tubeRadius, kCircleSteps, kCircleSteps, kAngleStep});
     return torus;
 }
 

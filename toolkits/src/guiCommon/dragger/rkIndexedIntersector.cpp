@@ -1,6 +1,6 @@
 #include "rkIndexedIntersector.h"
 
-#include "rkTriangleIndex.h"
+#include "rkPickIndex.h"
 
 #include <osgUtil/IntersectionVisitor>
 
@@ -50,8 +50,8 @@ osgUtil::Intersector* IndexedIntersector::clone(osgUtil::IntersectionVisitor& vi
 void IndexedIntersector::intersect(osgUtil::IntersectionVisitor& visitor, osg::Drawable* drawable,
                                    const osg::Vec3d& start, const osg::Vec3d& end)
 {
-    const TriangleIndex* index =
-        drawable && getIntersectionLimit() == NO_LIMIT ? TriangleIndex::of(*drawable) : nullptr;
+    const PickIndex* index =
+        drawable && getIntersectionLimit() == NO_LIMIT ? PickIndex::of(*drawable) : nullptr;
     if (!index || !index->intersect(*this, visitor, *drawable, start, end))
         LineSegmentIntersector::intersect(visitor, drawable, start, end);
 }

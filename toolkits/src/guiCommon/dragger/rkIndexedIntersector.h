@@ -7,9 +7,9 @@ namespace Rk {
 
 /// The line-segment intersector of the library's scene picks: the plain
 /// `osgUtil::LineSegmentIntersector`'s hits, bit for bit and in the same
-/// order, found faster where a drawable carries a `TriangleIndex` (the
-/// handles' shape drawables do): there only the triangles the segment may
-/// meet go through OpenSceneGraph's triangle test. Every other drawable, and
+/// order, found faster where a drawable carries a `PickIndex` (the handles'
+/// shape drawables and the rings' pick torus do): there only the triangles
+/// the segment may meet go through OpenSceneGraph's triangle test. Every other drawable, and
 /// every drawable while an intersection limit is set, is tested the plain way.
 ///
 /// Its clones carry the same local segment as the plain intersector's and

@@ -8,6 +8,7 @@
 #include <osg/KdTree>
 #include <osg/TemplatePrimitiveFunctor>
 #include <osgUtil/IntersectionVisitor>
+#include <osgUtil/LineSegmentIntersector>
 
 #include <algorithm>
 #include <cmath>
@@ -148,36 +149,6 @@ bool segmentMeets(const osg::Vec3d& low, const osg::Vec3d& high, const osg::Vec3
 
 } // namespace
 
-TriangleIndex::Signature TriangleIndex::Signature::of(const osg::Geometry& geometry)
-{
-    Signature signature;
-    signature.drawable = &geometry;
-    signature.vertices = geometry.getVertexArray();
-    if (signature.vertices) {
-        signature.vertexCount = signature.vertices->getNumElements();
-        signature.vertexModified = signature.vertices->getModifiedCount();
-    }
-    signature.shape = geometry.getShape();
-    for (const osg::ref_ptr<osg::PrimitiveSet>& set : geometry.getPrimitiveSetList())
-        signature.primitives.emplace_back(set.get(), set ? set->getModifiedCount() : 0u);
-    return signature;
-}
-
-bool TriangleIndex::Signature::describes(const osg::Geometry& geometry) const
-{
-    const osg::Array* array = geometry.getVertexArray();
-    const osg::Geometry::PrimitiveSetList& sets = geometry.getPrimitiveSetList();
-    if (&geometry != drawable || array != vertices || geometry.getShape() != shape ||
-        array->getNumElements() != vertexCount || array->getModifiedCount() != vertexModified ||
-        sets.size() != primitives.size())
-        return false;
-    for (std::size_t index = 0; index < sets.size(); ++index)
-        if (sets[index].get() != primitives[index].first ||
-            sets[index]->getModifiedCount() != primitives[index].second)
-            return false;
-    return true;
-}
-
 bool TriangleIndex::attachTo(osg::Geometry& geometry)
 {
     const auto* vertices = dynamic_cast<const osg::Vec3Array*>(geometry.getVertexArray());
@@ -209,14 +180,11 @@ void TriangleIndex::attachBelow(osg::Node& node)
 
 const TriangleIndex* TriangleIndex::of(const osg::Drawable& drawable)
 {
-    const auto* index = dynamic_cast<const TriangleIndex*>(drawable.getUserData());
-    const osg::Geometry* geometry = drawable.asGeometry();
-    return index && geometry && index->m_signature.describes(*geometry) ? index : nullptr;
+    return dynamic_cast<const TriangleIndex*>(PickIndex::of(drawable));
 }
 
 TriangleIndex::TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle> triangles)
-    : m_signature(Signature::of(geometry)),
-      m_vertexArray(const_cast<osg::Array*>(geometry.getVertexArray())),
+    : PickIndex(geometry), m_vertexArray(const_cast<osg::Array*>(geometry.getVertexArray())),
       m_triangles(std::move(triangles))
 {
 }
@@ -402,24 +370,8 @@ bool TriangleIndex::intersect(osgUtil::LineSegmentIntersector& intersector,
     const std::size_t before = intersector.getIntersections().size();
     intersector.osgUtil::LineSegmentIntersector::intersect(visitor, work.proxy.get(), start, end);
     if (intersector.getIntersections().size() != before)
-        fixHits(intersector, *work.proxy, drawable, work.primitiveOf);
+        handOver(intersector, *work.proxy, drawable, &work.primitiveOf);
     return true;
-}
-
-void TriangleIndex::fixHits(osgUtil::LineSegmentIntersector& intersector,
-                            const osg::Drawable& proxy, osg::Drawable& drawable,
-                            const std::vector<unsigned int>& primitiveOf) const
-{
-    // Neither member takes part in the hits' order (their ratio), so they
-    // are set in place.
-    for (const osgUtil::LineSegmentIntersector::Intersection& hit :
-         intersector.getIntersections()) {
-        if (hit.drawable.get() != &proxy)
-            continue;
-        auto& fixed = const_cast<osgUtil::LineSegmentIntersector::Intersection&>(hit);
-        fixed.drawable = &drawable;
-        fixed.primitiveIndex = primitiveOf[hit.primitiveIndex];
-    }
 }
 
 } // namespace Rk

@@ -1,10 +1,10 @@
 #ifndef RK_TRIANGLE_INDEX_H
 #define RK_TRIANGLE_INDEX_H
 
+#include "rkPickIndex.h"
+
 #include <osg/BoundingBox>
-#include <osg/Referenced>
-#include <osg/Vec3d>
-#include <osgUtil/LineSegmentIntersector>
+#include <osg/ref_ptr>
 
 #include <atomic>
 #include <mutex>
@@ -12,16 +12,8 @@
 
 namespace osg {
 class Array;
-class Drawable;
-class Geometry;
 class Node;
-class PrimitiveSet;
-class Shape;
 } // namespace osg
-
-namespace osgUtil {
-class IntersectionVisitor;
-}
 
 namespace Rk {
 
@@ -39,11 +31,8 @@ namespace Rk {
 /// and in the same order, as long as the boxes are conservative. They are:
 /// each box is grown by a margin far above the rounding of the test.
 ///
-/// An index describes its drawable's geometry as it was when it was built:
-/// the same vertex array (same object, size and modified count), the same
-/// primitive sets (same objects and modified counts) and the same shape. A
-/// drawable changed in any of these through OpenSceneGraph's setters or
-/// `dirty()` calls is picked the plain way from then on. Points and lines
+/// An index describes its drawable's geometry as it was when it was built
+/// (see `PickIndex`: changed geometry is picked the plain way). Points and lines
 /// count as primitives, as they do in the plain test, which never hits them:
 /// a drawable of lines alone (a ring's line) is passed over at once.
 /// Geometry without primitives, with vertices that are not an
@@ -54,7 +43,7 @@ namespace Rk {
 /// (a fraction of a millisecond for a handle's few hundred triangles), so
 /// that building a dragger costs little more than before. Read-only after;
 /// picks through it may run on any thread.
-class TriangleIndex : public osg::Referenced
+class TriangleIndex : public PickIndex
 {
 public:
     /// Builds an index for `geometry` and keeps it as the geometry's user
@@ -64,17 +53,13 @@ public:
     /// `attachTo` for every geometry of every geode at or below `node`.
     static void attachBelow(osg::Node& node);
 
-    /// The index of `drawable` when it still describes the drawable's
-    /// geometry, else null.
+    /// The triangle index of `drawable` when it still describes the
+    /// drawable's geometry, else null.
     static const TriangleIndex* of(const osg::Drawable& drawable);
 
-    /// What `intersector`'s plain test of `drawable` against the segment from
-    /// `start` to `end` (in the drawable's coordinates) adds to its hits.
-    /// Returns false, having added nothing, for a segment the index cannot
-    /// take (not finite); the caller then tests the plain way.
     bool intersect(osgUtil::LineSegmentIntersector& intersector,
                    osgUtil::IntersectionVisitor& visitor, osg::Drawable& drawable,
-                   const osg::Vec3d& start, const osg::Vec3d& end) const;
+                   const osg::Vec3d& start, const osg::Vec3d& end) const override;
 
     /// Number of triangles indexed, and of those a segment may meet (for tests).
     std::size_t triangleCount() const { return m_triangles.size(); }
@@ -99,19 +84,6 @@ private:
         unsigned int count = 0;
     };
 
-    struct Signature
-    {
-        const osg::Drawable* drawable = nullptr;
-        const osg::Array* vertices = nullptr;
-        unsigned int vertexCount = 0;
-        unsigned int vertexModified = 0;
-        const osg::Shape* shape = nullptr;
-        std::vector<std::pair<const osg::PrimitiveSet*, unsigned int>> primitives;
-
-        static Signature of(const osg::Geometry& geometry);
-        bool describes(const osg::Geometry& geometry) const;
-    };
-
     TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle> triangles);
     void ensureBuilt() const;
     void buildBoxes();
@@ -129,10 +101,6 @@ private:
     /// Orders the triangles from `first` and returns how many go into the first half.
     unsigned int splitCheapest(unsigned int first, unsigned int count,
                                const std::vector<Extent>& extents);
-    void fixHits(osgUtil::LineSegmentIntersector& intersector, const osg::Drawable& proxy,
-                 osg::Drawable& drawable, const std::vector<unsigned int>& primitiveOf) const;
-
-    Signature m_signature;
     osg::ref_ptr<osg::Array> m_vertexArray;
     std::vector<Triangle> m_triangles;
     // The boxes, built at the first search.

@@ -1,0 +1,83 @@
+#ifndef RK_PICK_INDEX_H
+#define RK_PICK_INDEX_H
+
+#include <osg/Referenced>
+#include <osg/Vec3d>
+
+#include <utility>
+#include <vector>
+
+namespace osg {
+class Array;
+class Drawable;
+class Geometry;
+class PrimitiveSet;
+class Shape;
+} // namespace osg
+
+namespace osgUtil {
+class IntersectionVisitor;
+class LineSegmentIntersector;
+} // namespace osgUtil
+
+namespace Rk {
+
+/// What lets a pick test only the few triangles of a drawable that a segment
+/// can meet, kept as the drawable's user data: the same hits as
+/// OpenSceneGraph's own test of the whole drawable, bit for bit and in the
+/// same order, for less work. `TriangleIndex` serves any geometry,
+/// `TorusIndex` the rings' pick torus.
+///
+/// An index describes its drawable's geometry as it was when it was made:
+/// the same vertex array (same object, size and modified count), the same
+/// primitive sets (same objects and modified counts) and the same shape. A
+/// drawable changed in any of these through OpenSceneGraph's setters or
+/// `dirty()` calls is picked the plain way from then on. Read-only once
+/// attached; picks through it may run on any thread.
+class PickIndex : public osg::Referenced
+{
+public:
+    /// The index of `drawable` when it still describes the drawable's
+    /// geometry, else null.
+    static const PickIndex* of(const osg::Drawable& drawable);
+
+    /// What `intersector`'s plain test of `drawable` against the segment from
+    /// `start` to `end` (in the drawable's coordinates) adds to its hits.
+    /// Returns false, having added nothing, for a segment the index cannot
+    /// take (not finite); the caller then tests the plain way.
+    virtual bool intersect(osgUtil::LineSegmentIntersector& intersector,
+                           osgUtil::IntersectionVisitor& visitor, osg::Drawable& drawable,
+                           const osg::Vec3d& start, const osg::Vec3d& end) const = 0;
+
+protected:
+    explicit PickIndex(const osg::Geometry& geometry);
+
+    /// Gives the hits that `proxy` (a scratch geometry standing in for
+    /// `drawable` in OpenSceneGraph's test) added to `intersector` the
+    /// drawable, and, with `primitiveOf`, the primitive index of the
+    /// drawable's own test in place of the proxy's. Neither takes part in
+    /// the hits' order (their ratio), so they are set in place.
+    static void handOver(osgUtil::LineSegmentIntersector& intersector, const osg::Drawable& proxy,
+                         osg::Drawable& drawable,
+                         const std::vector<unsigned int>* primitiveOf = nullptr);
+
+private:
+    struct Signature
+    {
+        const osg::Drawable* drawable = nullptr;
+        const osg::Array* vertices = nullptr;
+        unsigned int vertexCount = 0;
+        unsigned int vertexModified = 0;
+        const osg::Shape* shape = nullptr;
+        std::vector<std::pair<const osg::PrimitiveSet*, unsigned int>> primitives;
+
+        static Signature of(const osg::Geometry& geometry);
+        bool describes(const osg::Geometry& geometry) const;
+    };
+
+    Signature m_signature;
+};
+
+} // namespace Rk
+
+#endif
