@@ -177,6 +177,14 @@ TorusIndex::TorusIndex(const osg::Geometry& torus, const Layout& layout, const o
     m_axisInner = (ring - tube) * m_halfStepCos - m_margin;
     m_tubeOuter = tube + m_margin;
     m_tubeInner = tube * m_halfStepCos - m_margin;
+    const double step = layout.angleStep;
+    for (int edge = 0; edge <= layout.ringSteps; ++edge)
+        m_stepEdges.emplace_back(std::cos(edge * step), std::sin(edge * step));
+    for (int middle = 0; middle < layout.ringSteps; ++middle) {
+        const double angle = (middle + 0.5) * step;
+        m_stepRadials.emplace_back(std::cos(angle) / m_halfStepCos,
+                                   std::sin(angle) / m_halfStepCos);
+    }
 }
 
 bool TorusIndex::readTree()
@@ -250,28 +258,22 @@ void TorusIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
 void TorusIndex::addCellsOf(int step, const osg::Vec3d& start, const osg::Vec3d& direction,
                             double enter, double leave, std::vector<unsigned int>& found) const
 {
-    const double angleStep = m_layout.angleStep;
-    const double lowAngle = step * angleStep;
-    const double highAngle = (step + 1) * angleStep;
     // The wedge between the half-planes through the axis at the step's two
     // ring angles, where all its vertices lie.
-    const double lowSin = std::sin(lowAngle);
-    const double lowCos = std::cos(lowAngle);
-    const double highSin = std::sin(highAngle);
-    const double highCos = std::cos(highAngle);
-    if (!clipToHalf(lowCos * start.y() - lowSin * start.x() + m_margin,
-                    lowCos * direction.y() - lowSin * direction.x(), enter, leave) ||
-        !clipToHalf(highSin * start.x() - highCos * start.y() + m_margin,
-                    highSin * direction.x() - highCos * direction.y(), enter, leave))
+    const osg::Vec2d& low = m_stepEdges[step];
+    const osg::Vec2d& high = m_stepEdges[step + 1];
+    if (!clipToHalf(low.x() * start.y() - low.y() * start.x() + m_margin,
+                    low.x() * direction.y() - low.y() * direction.x(), enter, leave) ||
+        !clipToHalf(high.y() * start.x() - high.x() * start.y() + m_margin,
+                    high.y() * direction.x() - high.x() * direction.y(), enter, leave))
         return;
     // Seen along the ring's tangent in the middle of the step, the two ends
     // of every quad of the step fall together, onto a circle round the
     // tube's centre once the radial coordinate is divided by the cosine of
     // half a step: the segment there is a straight line, and the quads it
     // meets lie where it passes the band of that circle.
-    const double middle = 0.5 * (lowAngle + highAngle);
-    const double radialX = std::cos(middle) / m_halfStepCos;
-    const double radialY = std::sin(middle) / m_halfStepCos;
+    const double radialX = m_stepRadials[step].x();
+    const double radialY = m_stepRadials[step].y();
     const double u0 = radialX * start.x() + radialY * start.y() - m_layout.ringRadius;
     const double du = radialX * direction.x() + radialY * direction.y();
     Piece pieces[2];
@@ -282,8 +284,8 @@ void TorusIndex::addCellsOf(int step, const osg::Vec3d& start, const osg::Vec3d&
     for (int index = 0; index < count; ++index) {
         const Piece& piece = pieces[index];
         forEachStepPassed(u0 + du * piece.enter, start.z() + direction.z() * piece.enter,
-                          u0 + du * piece.leave, start.z() + direction.z() * piece.leave, angleStep,
-                          m_layout.tubeSteps, [&](int cell) {
+                          u0 + du * piece.leave, start.z() + direction.z() * piece.leave,
+                          m_layout.angleStep, m_layout.tubeSteps, [&](int cell) {
                               addQuad(step * pairsPerBlock + cell, found);
                               // Next to the outer equator: the quads that
                               // join this step's block to its neighbours lie

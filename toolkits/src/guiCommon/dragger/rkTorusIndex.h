@@ -3,6 +3,7 @@
 
 #include "rkPickIndex.h"
 
+#include <osg/Vec2d>
 #include <osg/ref_ptr>
 
 #include <vector>
@@ -89,6 +90,11 @@ private:
     double m_tubeInner = 0.0;
     double m_tubeOuter = 0.0;
     double m_halfStepCos = 1.0;
+    /// Cosine and sine of the ring angle at each step's start (and the
+    /// last one's end), and of each step's middle divided by the cosine of
+    /// half a step.
+    std::vector<osg::Vec2d> m_stepEdges;
+    std::vector<osg::Vec2d> m_stepRadials;
 };
 
 } // namespace Rk
