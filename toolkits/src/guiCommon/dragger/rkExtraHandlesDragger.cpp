@@ -134,9 +134,12 @@ void ExtraHandlesDragger::setFromChildDraggerActive()
 
 void ExtraHandlesDragger::traverse(osg::NodeVisitor& visitor)
 {
-    // Every child is a handle.
+    // Every child is a handle. A pick may pass over any transform it
+    // certainly misses, so no cast to a dragger is needed (a failed cast
+    // across shared libraries compares type names).
     const auto asHandle = [](osg::Node* child) -> const osg::MatrixTransform* {
-        return dynamic_cast<osgManipulator::Dragger*>(child);
+        osg::Transform* transform = child->asTransform();
+        return transform ? transform->asMatrixTransform() : nullptr;
     };
     if (!PickSegment::traverseSkippingMissed(*this, visitor, asHandle))
         Composite3DDragger::traverse(visitor);

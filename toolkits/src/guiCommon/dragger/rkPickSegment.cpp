@@ -6,7 +6,6 @@
 #include "rkFrontIntersector.h"
 #include "rkSlab.h"
 
-#include <osg/Billboard>
 #include <osg/Geode>
 #include <osgUtil/IntersectionVisitor>
 #include <osgUtil/LineSegmentIntersector>
@@ -64,8 +63,10 @@ bool meetsSphere(const osg::Vec3d& start, const osg::Vec3d& end, const osg::Boun
 bool mayHitGeode(const osg::Geode& geode, osg::Vec3d start, osg::Vec3d end, double margin)
 {
     // A drawable without culling is tested whatever its box (the geode
-    // counts such children); a billboard turns its drawables to the eye.
-    if (!geode.isCullingActive() || dynamic_cast<const osg::Billboard*>(&geode))
+    // counts such children); a billboard turns its drawables to the eye, and
+    // so may any other kind of geode. The exact type is asked, not a cast:
+    // a failed cast across shared libraries compares type names.
+    if (!geode.isCullingActive() || typeid(geode) != typeid(osg::Geode))
         return true;
     const auto* shell =
         dynamic_cast<const AxialShellBound*>(geode.getComputeBoundingSphereCallback());
@@ -165,8 +166,12 @@ bool PickSegment::mayHitChild(const osg::Node& child, const osg::Vec3d& start,
 {
     if (const osg::Geode* geode = child.asGeode())
         return mayHitGeode(*geode, start, end, margin);
-    const auto* facing = dynamic_cast<const FacingTransform*>(&child);
-    if (!facing || facing->getReferenceFrame() != osg::Transform::RELATIVE_RF)
+    // Only a facing transform itself is seen through (see above for why
+    // its exact type is asked).
+    if (typeid(child) != typeid(FacingTransform))
+        return true;
+    const auto* facing = static_cast<const FacingTransform*>(&child);
+    if (facing->getReferenceFrame() != osg::Transform::RELATIVE_RF)
         return true;
     // The eye as the facing transform will see it below the handle.
     osg::Quat turn;
