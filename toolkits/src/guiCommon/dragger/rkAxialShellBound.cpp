@@ -53,15 +53,13 @@ struct ShellCollector
 {
     double minRadius = std::numeric_limits<double>::max();
     double maxRadius = 0.0;
-    double minZ = std::numeric_limits<double>::max();
-    double maxZ = std::numeric_limits<double>::lowest();
+    osg::BoundingBoxd box;
     bool any = false;
 
     void corner(const osg::Vec3& v)
     {
         maxRadius = std::max(maxRadius, onPlane(v).length());
-        minZ = std::min(minZ, double(v.z()));
-        maxZ = std::max(maxZ, double(v.z()));
+        box.expandBy(osg::Vec3d(v));
         any = true;
     }
     void operator()(const osg::Vec3&, bool) {}
@@ -102,7 +100,10 @@ osg::BoundingSphere AxialShellBound::computeBound(const osg::Node& node) const
     const osg::Geode* geode = node.asGeode();
     // The geode's own computation also keeps its bounding box up to date.
     const osg::BoundingSphere boxSphere = geode ? geode->computeBound() : node.computeBound();
-    m_shell = geode ? shellOf(*geode) : Shell();
+    if (geode)
+        collectShells(*geode);
+    else
+        m_shell = Shell();
     if (!geode || !boxSphere.valid())
         return boxSphere;
     double radius2 = 0.0;
@@ -120,42 +121,50 @@ osg::BoundingSphere AxialShellBound::computeBound(const osg::Node& node) const
                                std::min(std::sqrt(radius2), double(boxSphere.radius())));
 }
 
-AxialShellBound::Shell AxialShellBound::shellOf(const osg::Geode& geode)
+void AxialShellBound::collectShells(const osg::Geode& geode) const
 {
-    osg::TemplatePrimitiveFunctor<ShellCollector> collector;
+    m_shell = Shell();
+    m_parts.clear();
+    Shell all;
+    all.known = true;
+    bool anyFace = false;
     for (unsigned int index = 0; index < geode.getNumDrawables(); ++index) {
+        osg::TemplatePrimitiveFunctor<ShellCollector> collector;
         const osg::Drawable* drawable = geode.getDrawable(index);
-        if (!drawable || !drawable->supports(collector))
-            return Shell();
+        if (!drawable || !drawable->supports(collector)) {
+            m_parts.clear();
+            return;
+        }
         drawable->accept(collector);
+        if (!collector.any)
+            continue;
+        Shell part;
+        part.known = true;
+        part.minRadius = collector.minRadius;
+        part.maxRadius = collector.maxRadius;
+        part.box = collector.box;
+        m_parts.push_back(part);
+        all.minRadius = anyFace ? std::min(all.minRadius, part.minRadius) : part.minRadius;
+        all.maxRadius = anyFace ? std::max(all.maxRadius, part.maxRadius) : part.maxRadius;
+        all.box.expandBy(part.box);
+        anyFace = true;
     }
-    Shell shell;
-    shell.known = true;
-    if (!collector.any)
-        return shell; // No faces: nothing to hit, an empty shell.
-    shell.minRadius = collector.minRadius;
-    shell.maxRadius = collector.maxRadius;
-    shell.minZ = collector.minZ;
-    shell.maxZ = collector.maxZ;
-    return shell;
+    if (!anyFace)
+        all.maxRadius = -1.0; // No faces: nothing to hit, an empty shell.
+    m_shell = all;
 }
 
-bool AxialShellBound::mayBeMetBy(const osg::Geode& geode, const osg::Vec3d& start,
-                                 const osg::Vec3d& end, double margin) const
+bool AxialShellBound::meets(const Shell& shell, const osg::Vec3d& start, const osg::Vec3d& end,
+                            double margin)
 {
-    geode.getBound();
-    const Shell shell = m_shell;
-    if (!shell.known)
-        return true;
-    if (shell.maxRadius < shell.minRadius)
-        return false;
-    // The part of the segment between the planes z = minZ and z = maxZ...
+    // The part of the segment within the box grown by the margin...
     const osg::Vec3d direction = end - start;
     double t0 = 0.0;
     double t1 = 1.0;
-    if (!clipToSlab(start.z(), direction.z(), 1.0 / direction.z(), shell.minZ - margin,
-                    shell.maxZ + margin, t0, t1))
-        return false;
+    for (int axis = 0; axis < 3; ++axis)
+        if (!clipToSlab(start[axis], direction[axis], 1.0 / direction[axis],
+                        shell.box._min[axis] - margin, shell.box._max[axis] + margin, t0, t1))
+            return false;
     // ... meets the shell when its squared distance from the axis, a
     // quadratic in t, reaches into [minRadius^2, maxRadius^2].
     const double a = direction.x() * direction.x() + direction.y() * direction.y();
@@ -167,6 +176,23 @@ bool AxialShellBound::mayBeMetBy(const osg::Geode& geode, const osg::Vec3d& star
     const double inner = std::max(0.0, shell.minRadius - margin);
     const double outer = shell.maxRadius + margin;
     return farthest2 >= inner * inner && nearest2 <= outer * outer;
+}
+
+bool AxialShellBound::mayBeMetBy(const osg::Geode& geode, const osg::Vec3d& start,
+                                 const osg::Vec3d& end, double margin) const
+{
+    geode.getBound();
+    if (!m_shell.known)
+        return true;
+    if (m_shell.maxRadius < m_shell.minRadius || !meets(m_shell, start, end, margin))
+        return false;
+    // Through the shell of all: met when the segment meets one drawable's
+    // own shell within that drawable's box (a ring's direction cones sit at
+    // a few places round the ring, each in a small box).
+    if (m_parts.size() < 2)
+        return true;
+    return std::any_of(m_parts.begin(), m_parts.end(),
+                       [&](const Shell& part) { return meets(part, start, end, margin); });
 }
 
 } // namespace Rk

@@ -1,8 +1,11 @@
 #ifndef RK_AXIAL_SHELL_BOUND_H
 #define RK_AXIAL_SHELL_BOUND_H
 
+#include <osg/BoundingBox>
 #include <osg/Node>
 #include <osg/Vec3d>
+
+#include <vector>
 
 namespace Rk {
 
@@ -15,9 +18,12 @@ namespace Rk {
 ///   outside a ring; the tighter one still holds every vertex, hence every
 ///   primitive, so culling and picking find exactly what they found before.
 ///   The geode's bounding box stays the drawables' box, as usual.
-/// - an axial shell: the ranges of distance from the Z axis and of z that
-///   hold every face (triangle or quad) of the drawables. A pick ray through
-///   the hole of a ring meets the ring's box but not its shell.
+/// - an axial shell: the box and the range of distance from the Z axis that
+///   hold every face (triangle or quad) of the drawables, and the same for
+///   each drawable's faces. A pick ray through the hole of a ring meets the
+///   ring's box but not its shell; one that passes just inside the ring
+///   among its direction cones meets the shell of all, but neither the
+///   tube's own shell nor any cone's box.
 ///
 /// Both are computed whenever OpenSceneGraph recomputes the geode's bound,
 /// so a geometry change followed by `dirtyBound()`, as OpenSceneGraph
@@ -37,17 +43,22 @@ public:
                     double margin) const;
 
 private:
+    /// Faces within the box, at distances from the axis in [minRadius, maxRadius].
     struct Shell
     {
         bool known = false;
         double minRadius = 0.0;
         double maxRadius = 0.0;
-        double minZ = 0.0;
-        double maxZ = 0.0;
+        osg::BoundingBoxd box;
     };
-    static Shell shellOf(const osg::Geode& geode);
+    /// Sets the shell of all faces of `geode` and, when every drawable's
+    /// faces could be read, the shell of each drawable that has faces.
+    void collectShells(const osg::Geode& geode) const;
+    static bool meets(const Shell& shell, const osg::Vec3d& start, const osg::Vec3d& end,
+                      double margin);
 
     mutable Shell m_shell;
+    mutable std::vector<Shell> m_parts;
 };
 
 } // namespace Rk
