@@ -1,6 +1,6 @@
 #include "rkBallGeometry.h"
 
-#include <osg/KdTree>
+#include "rkTriangleIndex.h"
 
 #include <cmath>
 
@@ -54,8 +54,7 @@ BallGeometry::BallGeometry(const osg::Vec3& centre, float radius)
     setVertexArray(vertices);
     setNormalArray(normals, osg::Array::BIND_PER_VERTEX);
     addPrimitiveSet(triangles);
-    osg::ref_ptr<osg::KdTreeBuilder> builder = new osg::KdTreeBuilder;
-    accept(*builder);
+    TriangleIndex::attachTo(*this);
 }
 
 BallGeometry::~BallGeometry() = default;

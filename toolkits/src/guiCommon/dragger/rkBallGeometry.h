@@ -5,12 +5,11 @@
 
 namespace Rk {
 
-/// A sphere drawn and picked as plain triangles, with an `osg::KdTree` so
-/// that a pick ray tests a handful of them instead of all. Unlike an
-/// `osg::ShapeDrawable` sphere, whose shape slot holds the sphere and so
-/// leaves no room for a KdTree, every pick of it is cheap; unlike a bare
-/// mesh, it still tells `HandleShapes` what it is: a ball of `radius()`
-/// about `centre()` (own coordinates).
+/// A sphere drawn and picked as plain triangles, with a `TriangleIndex` (its
+/// user data) so that a pick through the library's intersector tests a
+/// handful of them instead of all. Unlike a bare mesh, it still tells
+/// `HandleShapes` what it is: a ball of `radius()` about `centre()` (own
+/// coordinates).
 ///
 /// Bad input: a zero, negative or non-finite radius gives a degenerate mesh
 /// (all vertices at the centre, or non-finite), which no pick hits.

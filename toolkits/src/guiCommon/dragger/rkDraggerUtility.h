@@ -18,7 +18,9 @@ namespace RkDraggerUtility {
 /// 0. the pick torus (ring radius `ringRadius`, tube radius `tubeRadius`),
 ///    one quad strip of 20,200 vertices, never drawn but hit by picking; it
 ///    carries an `osg::KdTree` as its shape, so that intersection visitors
-///    (which use KdTrees by default) test only the triangles near a ray;
+///    (which use KdTrees by default) test only the triangles near a ray, and
+///    an `Rk::TorusIndex` (its user data), through which the library's own
+///    picks find those triangles faster;
 /// 1. the visible ring, a line loop of 100 vertices at `ringRadius` in the XY
 ///    plane, `lineWidth` pixels wide, unlit;
 /// 2.-9. eight cones on the ring, 45 degrees apart starting on +X, pointing

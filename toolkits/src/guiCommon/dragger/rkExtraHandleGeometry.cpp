@@ -32,8 +32,8 @@ osg::Geode* createPlaneSquareGeode(const osg::Vec3& centre, const osg::Vec3& fir
 osg::Geode* createScreenHandleGeode(float radius)
 {
     osg::Geode* geode = new osg::Geode;
-    // Every press near the centre crosses the sphere: its KdTree lets the
-    // pick test a few of its triangles instead of all of them.
+    // Every press near the centre crosses the sphere: its triangle index
+    // lets the pick test a few of its triangles instead of all of them.
     geode->addDrawable(new Rk::BallGeometry(osg::Vec3(), radius));
     return geode;
 }

@@ -17,7 +17,7 @@ osg::Geode* createPlaneSquareGeode(const osg::Vec3& centre, const osg::Vec3& fir
                                    const osg::Vec3& second, float halfSize);
 
 /// A sphere of `radius` about the origin, lit, in the handle's colour: an
-/// `Rk::BallGeometry`, picked through its `osg::KdTree`.
+/// `Rk::BallGeometry`, picked through its triangle index.
 osg::Geode* createScreenHandleGeode(float radius);
 
 } // namespace RkExtraHandleGeometry

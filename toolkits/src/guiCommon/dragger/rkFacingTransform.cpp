@@ -21,12 +21,27 @@ void FacingTransform::faceEyeOf(osg::NodeVisitor* visitor) const
 
 bool FacingTransform::facingFor(const osg::Vec3d& eye, osg::Quat& facing)
 {
+    // A press asks for the turn of one eye several times (the pick's bound
+    // test, its traversal, the press handled twice): the last is kept per
+    // thread, looked up by the eye's bits.
+    struct LastTurn
+    {
+        osg::Vec3d eye;
+        osg::Quat turn;
+        bool valid = false;
+    };
+    thread_local LastTurn last;
+    if (last.valid && sameBits(eye, last.eye)) {
+        facing = last.turn;
+        return true;
+    }
     if (!isFinite(eye) || eye.length2() == 0.0)
         return false;
     osg::Quat turn;
     turn.makeRotate(osg::Vec3d(osg::Z_AXIS), eye);
     if (!isFinite(turn))
         return false;
+    last = {eye, turn, true};
     facing = turn;
     return true;
 }

@@ -65,6 +65,12 @@ inline bool sameBits(const osg::Matrixd& a, const osg::Matrixd& b)
     return detail::sameWords(a.ptr(), b.ptr(), 16);
 }
 
+/// True when both vectors hold exactly the same bits (see above).
+inline bool sameBits(const osg::Vec3d& a, const osg::Vec3d& b)
+{
+    return detail::sameWords(a.ptr(), b.ptr(), 3);
+}
+
 /// True when both rotations hold exactly the same bits (see above).
 inline bool sameBits(const osg::Quat& a, const osg::Quat& b)
 {
