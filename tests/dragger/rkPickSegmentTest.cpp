@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 #include <osg/Camera>
+#include <osg/KdTree>
 #include <osg/ShapeDrawable>
 #include <osg/io_utils>
 #include <osgUtil/IntersectionVisitor>
@@ -319,6 +320,29 @@ TEST(PickIndex, ChangedOrUnsuitableGeometryIsPickedThePlainWay)
         << "another layout";
     EXPECT_TRUE(Rk::TorusIndex::attachTo(*copy, layout));
     EXPECT_NE(Rk::PickIndex::of(*torus), nullptr);
+    // A tree built from the strip itself holds other triangles: the picks
+    // go through that tree.
+    osg::ref_ptr<osg::Geometry> ownTree = new osg::Geometry;
+    ownTree->setVertexArray(torus->getVertexArray());
+    ownTree->addPrimitiveSet(torus->getPrimitiveSet(0));
+    osg::ref_ptr<osg::KdTreeBuilder> builder = new osg::KdTreeBuilder;
+    ownTree->accept(*builder);
+    ASSERT_TRUE(Rk::TorusIndex::attachTo(*ownTree, layout));
+    const osg::Vec3d above(kRingRadius, 0.0, 1.0);
+    const osg::Vec3d below(kRingRadius, 0.0, -1.0);
+    std::vector<unsigned int> found;
+    static_cast<const Rk::TorusIndex*>(Rk::PickIndex::of(*ownTree))
+        ->candidates(above, below, found);
+    EXPECT_TRUE(found.empty());
+    osg::ref_ptr<osg::Geode> ownTreeGeode = new osg::Geode;
+    ownTreeGeode->addDrawable(ownTree.get());
+    osg::ref_ptr<osgUtil::LineSegmentIntersector> plainThroughTree =
+        new osgUtil::LineSegmentIntersector(above, below);
+    osg::ref_ptr<Rk::IndexedIntersector> indexedThroughTree =
+        new Rk::IndexedIntersector(above, below);
+    const std::vector<Hit> treeHits = pick(ownTreeGeode.get(), plainThroughTree.get());
+    EXPECT_FALSE(treeHits.empty());
+    EXPECT_TRUE(treeHits == pick(ownTreeGeode.get(), indexedThroughTree.get()));
     torus->getVertexArray()->dirty();
     EXPECT_EQ(Rk::PickIndex::of(*torus), nullptr) << "the vertices changed";
 }

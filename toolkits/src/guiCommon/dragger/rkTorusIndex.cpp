@@ -154,10 +154,7 @@ bool TorusIndex::attachTo(osg::Geometry& torus, const Layout& layout)
         !(layout.angleStep > 0.0f) || !(layout.tubeRadius > 0.0f) ||
         !(layout.ringRadius > layout.tubeRadius))
         return false;
-    osg::ref_ptr<TorusIndex> index = new TorusIndex(torus, layout, *tree);
-    if (!index->readTree())
-        return false;
-    torus.setUserData(index.get());
+    torus.setUserData(new TorusIndex(torus, layout, *tree));
     return true;
 }
 
@@ -177,10 +174,30 @@ TorusIndex::TorusIndex(const osg::Geometry& torus, const Layout& layout, const o
     m_axisInner = (ring - tube) * m_halfStepCos - m_margin;
     m_tubeOuter = tube + m_margin;
     m_tubeInner = tube * m_halfStepCos - m_margin;
-    const double step = layout.angleStep;
-    for (int edge = 0; edge <= layout.ringSteps; ++edge)
+}
+
+bool TorusIndex::ready() const
+{
+    State state = m_state.load(std::memory_order_acquire);
+    if (state == State::Unread) {
+        std::lock_guard<std::mutex> lock(m_reading);
+        state = m_state.load(std::memory_order_relaxed);
+        if (state == State::Unread) {
+            auto* self = const_cast<TorusIndex*>(this);
+            self->tabulateSteps();
+            state = self->readTree() ? State::Ready : State::Unusable;
+            m_state.store(state, std::memory_order_release);
+        }
+    }
+    return state == State::Ready;
+}
+
+void TorusIndex::tabulateSteps()
+{
+    const double step = m_layout.angleStep;
+    for (int edge = 0; edge <= m_layout.ringSteps; ++edge)
         m_stepEdges.emplace_back(std::cos(edge * step), std::sin(edge * step));
-    for (int middle = 0; middle < layout.ringSteps; ++middle) {
+    for (int middle = 0; middle < m_layout.ringSteps; ++middle) {
         const double angle = (middle + 0.5) * step;
         m_stepRadials.emplace_back(std::cos(angle) / m_halfStepCos,
                                    std::sin(angle) / m_halfStepCos);
@@ -229,6 +246,8 @@ void TorusIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
                             std::vector<unsigned int>& found) const
 {
     found.clear();
+    if (!ready())
+        return;
     const osg::Vec3d direction = end - start;
     double enter = -kParameterSlack;
     double leave = 1.0 + kParameterSlack;
@@ -311,7 +330,7 @@ bool TorusIndex::intersect(osgUtil::LineSegmentIntersector& intersector,
                            osgUtil::IntersectionVisitor& visitor, osg::Drawable& drawable,
                            const osg::Vec3d& start, const osg::Vec3d& end) const
 {
-    if (!isFinite(start) || !isFinite(end) || !visitor.getUseKdTreeWhenAvailable())
+    if (!isFinite(start) || !isFinite(end) || !visitor.getUseKdTreeWhenAvailable() || !ready())
         return false;
     Scratch& work = scratch();
     candidates(start, end, work.candidates);

@@ -6,6 +6,8 @@
 #include <osg/Vec2d>
 #include <osg/ref_ptr>
 
+#include <atomic>
+#include <mutex>
 #include <vector>
 
 namespace osg {
@@ -35,8 +37,11 @@ namespace Rk {
 ///
 /// Besides what changes every index's geometry (see `PickIndex`), a geometry
 /// that does not have the layout it is attached with is a fault of the
-/// caller; `attachTo` checks the counts and the tree's triangles, not the
-/// vertices' places.
+/// caller; `attachTo` checks the counts, and the first pick the tree's
+/// triangles (a tree of other triangles leaves every pick to the tree
+/// itself), not the vertices' places. The tree is read, once and under a
+/// lock, at the first pick that reaches the torus, so that building a ring
+/// costs what it did.
 class TorusIndex : public PickIndex
 {
 public:
@@ -51,7 +56,7 @@ public:
 
     /// Keeps an index for `torus` as its user data. Returns false, and
     /// leaves the geometry as it is, for geometry that already has user data,
-    /// has no KdTree, or whose counts or tree do not match `layout`.
+    /// has no KdTree, or whose counts do not match `layout`.
     static bool attachTo(osg::Geometry& torus, const Layout& layout);
 
     bool intersect(osgUtil::LineSegmentIntersector& intersector,
@@ -60,12 +65,16 @@ public:
 
     /// Where the triangles a segment from `start` to `end` may meet stand in
     /// the KdTree's order (for tests: every triangle the segment meets is
-    /// among them), sorted.
+    /// among them), sorted; none when the tree has other triangles.
     void candidates(const osg::Vec3d& start, const osg::Vec3d& end,
                     std::vector<unsigned int>& found) const;
 
 private:
     TorusIndex(const osg::Geometry& torus, const Layout& layout, const osg::KdTree& tree);
+    /// Reads the tree and the ring's angles at the first call; false when
+    /// the tree holds other triangles than the layout's.
+    bool ready() const;
+    void tabulateSteps();
     bool readTree();
 
     /// The part of the segment from `start` along `direction`, between
@@ -75,6 +84,14 @@ private:
                     double leave, std::vector<unsigned int>& found) const;
     void addQuad(int quad, std::vector<unsigned int>& found) const;
 
+    enum class State
+    {
+        Unread,
+        Ready,
+        Unusable
+    };
+    mutable std::atomic<State> m_state{State::Unread};
+    mutable std::mutex m_reading;
     Layout m_layout;
     osg::ref_ptr<const osg::KdTree> m_tree;
     osg::ref_ptr<osg::Array> m_vertexArray;
