@@ -134,12 +134,18 @@ void ExtraHandlesDragger::setFromChildDraggerActive()
 
 void ExtraHandlesDragger::traverse(osg::NodeVisitor& visitor)
 {
-    // Every child is a handle. A pick may pass over any transform it
-    // certainly misses, so no cast to a dragger is needed (a failed cast
-    // across shared libraries compares type names).
-    const auto asHandle = [](osg::Node* child) -> const osg::MatrixTransform* {
-        osg::Transform* transform = child->asTransform();
-        return transform ? transform->asMatrixTransform() : nullptr;
+    // The handles, told by their addresses (a failed cast across shared
+    // libraries compares type names); none computes its frame other than
+    // from its matrix.
+    const auto asHandle = [this](osg::Node* child) -> const osg::MatrixTransform* {
+        for (const osg::ref_ptr<PlaneHandle>& plane : m_planeHandles)
+            if (child == plane.get())
+                return plane.get();
+        if (child == m_screenHandle.get())
+            return m_screenHandle.get();
+        if (child == m_viewRing.get())
+            return m_viewRing.get();
+        return nullptr;
     };
     if (!PickSegment::traverseSkippingMissed(*this, visitor, asHandle))
         Composite3DDragger::traverse(visitor);

@@ -106,6 +106,12 @@ bool PickSegment::knows(const osgUtil::IntersectionVisitor& visitor)
                            typeid(*intersector) == typeid(FrontIntersector));
 }
 
+bool PickSegment::isIdentity(const osg::MatrixTransform& handle)
+{
+    return handle.getReferenceFrame() == osg::Transform::RELATIVE_RF &&
+           handle.getMatrix().isIdentity();
+}
+
 void PickSegment::enterAsGroup(osg::Node& child, osgUtil::IntersectionVisitor& visitor)
 {
     // The child's accept and the visitor's apply for a group, in one.

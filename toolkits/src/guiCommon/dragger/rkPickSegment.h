@@ -53,10 +53,13 @@ public:
     /// For a pick: visits the children of `group` in order, as a group does,
     /// but skips each child that `asHandle(child)` maps to a handle (an
     /// `osg::MatrixTransform*`; null for any other child, which is always
-    /// visited) that the pick's segment certainly misses. The same hits,
-    /// without entering the handles that a ray at another handle merely
-    /// passes near. False, having visited nothing, for any other visitor and
-    /// for a pick whose segment is not valid.
+    /// visited) that the pick's segment certainly misses, and enters a
+    /// handle whose matrix is the identity, relative to its parent, as a
+    /// plain group (see `traverseFlattening`; `asHandle` may therefore only
+    /// map to transforms whose local-to-world matrix is their matrix). The
+    /// same hits, without entering the handles that a ray at another handle
+    /// merely passes near. False, having visited nothing, for any other
+    /// visitor and for a pick whose segment is not valid.
     template <class AsHandle>
     static bool traverseSkippingMissed(osg::Group& group, osg::NodeVisitor& visitor,
                                        AsHandle asHandle)
@@ -72,7 +75,10 @@ public:
             const osg::MatrixTransform* handle = asHandle(child);
             if (handle && !segment.mayHit(*handle))
                 continue;
-            child->accept(visitor);
+            if (handle && isIdentity(*handle))
+                enterAsGroup(*child, *picker);
+            else
+                child->accept(visitor);
         }
         return true;
     }
@@ -106,6 +112,8 @@ public:
     }
 
 private:
+    /// Whether `handle` leaves its children's frame as it is.
+    static bool isIdentity(const osg::MatrixTransform& handle);
     /// Whether the visitor's intersector is one whose picks this class reads.
     static bool knows(const osgUtil::IntersectionVisitor& visitor);
     static void enterAsGroup(osg::Node& child, osgUtil::IntersectionVisitor& visitor);
