@@ -308,22 +308,31 @@ TEST_F(ExtraHandlesTest, PlaneHandlesMoveInTheirPlaneKeepingTheGrabbedPointUnder
 
 TEST_F(ExtraHandlesTest, ScreenHandleKeepsTheCentreUnderThePointerInThePlaneFacingTheCamera)
 {
-    const osg::Vec3d lineOfSight = towardsEye();
-    // Pressed off the exact centre: the centre still comes under the pointer.
-    const osg::Vec2d from = harness.project(centre()) + osg::Vec2d(3, -2);
-    ASSERT_TRUE(harness.press(from));
-    EXPECT_EQ(dragger->dragMode(), ExtraHandlesDragger::SCREEN_DRAG_MODE);
-    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
-    for (const osg::Vec2d& to : {osg::Vec2d(420, 250), osg::Vec2d(300, 380)}) {
-        harness.drag(to);
-        // The harness counts window rows from HEIGHT, the event range from
-        // HEIGHT - 1: the pointer lies one pixel below what `project` says.
-        EXPECT_LE((harness.project(centre()) - to).length(), kPixelRowOffset);
-        EXPECT_NEAR(centre() * lineOfSight, 0.0, 1e-6) << "in the plane through the start centre";
-        EXPECT_EQ(store.pose.getTrans(), centre());
+    // Again after a zoom that changes the projection alone.
+    for (const double fieldOfView : {30.0, 20.0}) {
+        SCOPED_TRACE(fieldOfView);
+        harness.viewer().getCamera()->setProjectionMatrixAsPerspective(
+            fieldOfView, double(RkTest::ViewerHarness::WIDTH) / RkTest::ViewerHarness::HEIGHT, 0.1,
+            1000.0);
+        const osg::Vec3d start = centre();
+        const osg::Vec3d lineOfSight = towardsEye();
+        // Pressed off the exact centre: the centre still comes under the pointer.
+        const osg::Vec2d from = harness.project(centre()) + osg::Vec2d(3, -2);
+        ASSERT_TRUE(harness.press(from));
+        EXPECT_EQ(dragger->dragMode(), ExtraHandlesDragger::SCREEN_DRAG_MODE);
+        EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
+        for (const osg::Vec2d& to : {osg::Vec2d(420, 250), osg::Vec2d(300, 380)}) {
+            harness.drag(to);
+            // The harness counts window rows from HEIGHT, the event range from
+            // HEIGHT - 1: the pointer lies one pixel below what `project` says.
+            EXPECT_LE((harness.project(centre()) - to).length(), kPixelRowOffset);
+            EXPECT_NEAR((centre() - start) * lineOfSight, 0.0, 1e-6)
+                << "in the plane through the start centre";
+            EXPECT_EQ(store.pose.getTrans(), centre());
+        }
+        harness.release(osg::Vec2d(300, 380));
+        EXPECT_TRUE(closeTo(store.pose.getTrans(), centre(), 1e-9));
     }
-    harness.release(osg::Vec2d(300, 380));
-    EXPECT_TRUE(closeTo(store.pose.getTrans(), centre(), 1e-9));
 }
 
 TEST_F(ExtraHandlesTest, ViewRingTurnsAboutTheLineOfSightByTheAngleRoundTheCentre)

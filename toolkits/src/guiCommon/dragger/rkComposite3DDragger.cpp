@@ -3,6 +3,7 @@
 #include "rkDraggerSelfUpdate.h"
 #include "rkFinite.h"
 #include "rkPickCache.h"
+#include "rkPointerView.h"
 #include "rkRenderTypes.h"
 
 #include <osg/Camera>
@@ -331,7 +332,7 @@ bool Composite3DDragger::grabNearby(const osgGA::GUIEventAdapter& event, osgView
 void Composite3DDragger::takePress(const osgGA::GUIEventAdapter& event,
                                    osgGA::GUIActionAdapter& action, osg::Camera* camera)
 {
-    _pointer.setCamera(camera);
+    PointerView::setCamera(_pointer, camera);
     projectPointer(event);
     handle(_pointer, event, action);
     setDraggerActive(true);

@@ -2,6 +2,7 @@
 
 #include "rkFinite.h"
 
+#include <osg/Camera>
 #include <osg/Vec4d>
 
 namespace Rk {
@@ -25,6 +26,36 @@ struct PointerMatrices : osgManipulator::PointerInfo
     static const osg::Matrixd& fromWindow(const osgManipulator::PointerInfo& pointer)
     {
         return pointer.*(&PointerMatrices::_inverseMVPW);
+    }
+    static void set(osgManipulator::PointerInfo& pointer, const osg::Matrixd& toWindow,
+                    const osg::Matrixd& fromWindow, const osg::Vec3d& eyeDirection)
+    {
+        pointer.*(&PointerMatrices::_MVPW) = toWindow;
+        pointer.*(&PointerMatrices::_inverseMVPW) = fromWindow;
+        pointer.*(&PointerMatrices::_eyeDir) = eyeDirection;
+    }
+};
+
+/// The camera state a pointer's matrices come from, and those matrices.
+struct CameraMatrices
+{
+    osg::Matrixd view;
+    osg::Matrixd projection;
+    bool hasViewport = false;
+    double viewport[4] = {0.0, 0.0, 0.0, 0.0};
+    osg::Matrixd toWindow;
+    osg::Matrixd fromWindow;
+    osg::Vec3d eyeDirection;
+    bool valid = false;
+
+    bool describes(const osg::Camera& camera) const
+    {
+        const osg::Viewport* port = camera.getViewport();
+        return valid && sameBits(view, camera.getViewMatrix()) &&
+               sameBits(projection, camera.getProjectionMatrix()) &&
+               hasViewport == (port != nullptr) &&
+               (!port || (port->x() == viewport[0] && port->y() == viewport[1] &&
+                          port->width() == viewport[2] && port->height() == viewport[3]));
     }
 };
 
@@ -54,6 +85,32 @@ osg::Vec2d PointerView::pointerWindow(const osgManipulator::PointerInfo& pointer
     pointer.getNearFarPoints(nearPoint, farPoint);
     const osg::Vec3d window = nearPoint * PointerMatrices::toWindow(pointer);
     return osg::Vec2d(window.x(), window.y());
+}
+
+void PointerView::setCamera(osgManipulator::PointerInfo& pointer, osg::Camera* camera)
+{
+    thread_local CameraMatrices last;
+    if (camera && last.describes(*camera)) {
+        PointerMatrices::set(pointer, last.toWindow, last.fromWindow, last.eyeDirection);
+        return;
+    }
+    pointer.setCamera(camera);
+    if (!camera)
+        return;
+    last.view = camera->getViewMatrix();
+    last.projection = camera->getProjectionMatrix();
+    const osg::Viewport* port = camera->getViewport();
+    last.hasViewport = port != nullptr;
+    if (port) {
+        last.viewport[0] = port->x();
+        last.viewport[1] = port->y();
+        last.viewport[2] = port->width();
+        last.viewport[3] = port->height();
+    }
+    last.toWindow = PointerMatrices::toWindow(pointer);
+    last.fromWindow = PointerMatrices::fromWindow(pointer);
+    last.eyeDirection = pointer.getEyeDir();
+    last.valid = true;
 }
 
 } // namespace Rk

@@ -34,6 +34,11 @@ public:
     /// Window position (pixels, y up) of the pointer of `pointer`.
     static osg::Vec2d pointerWindow(const osgManipulator::PointerInfo& pointer);
 
+    /// `pointer.setCamera(camera)`, with the same matrices bit for bit; what
+    /// it derives from a camera's view and projection matrices and viewport
+    /// (two matrix inversions) is remembered per thread for the last ones.
+    static void setCamera(osgManipulator::PointerInfo& pointer, osg::Camera* camera);
+
 private:
     bool m_valid;
     osg::Vec2d m_window;
