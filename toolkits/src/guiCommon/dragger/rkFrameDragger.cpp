@@ -133,8 +133,7 @@ bool FrameDragger::isFlatChild(const osg::Node* child) const
         composite = m_rotateDragger.get();
     else if (child == m_extraHandles.get())
         composite = m_extraHandles.get();
-    return composite && composite->getReferenceFrame() == osg::Transform::RELATIVE_RF &&
-           composite->getMatrix().isIdentity();
+    return composite && PickSegment::isIdentity(*composite);
 }
 
 bool FrameDragger::handle(const osgManipulator::PointerInfo& pointer,

@@ -1,6 +1,5 @@
 #include "rkPickCache.h"
 
-#include "rkFinite.h"
 #include "rkFrontIntersector.h"
 
 #include <osg/Camera>
@@ -19,14 +18,6 @@ namespace {
 const std::size_t kMaxEntriesPerEvent = 8;
 // Parent lists up to this length are searched without looking at the parent.
 const std::size_t kShortParentList = 4;
-
-bool sameViewport(const osg::Viewport* viewport, const double (&stored)[4])
-{
-    if (!viewport)
-        return stored[2] == 0.0 && stored[3] == 0.0;
-    return viewport->x() == stored[0] && viewport->y() == stored[1] &&
-           viewport->width() == stored[2] && viewport->height() == stored[3];
-}
 
 // Where `parent` stands in the parent list of `node` (the list's size if not).
 unsigned int indexOfParent(const osg::Node* node, const osg::Node* parent)
@@ -87,9 +78,7 @@ bool PickCache::Entry::matches(osgViewer::View& otherView, const osg::Camera* ot
 {
     return mask == otherMask && (complete || frontOnly) && view.get() == &otherView &&
            view.valid() && camera.get() == otherCamera && camera.valid() && otherCamera &&
-           sameBits(viewMatrix, otherCamera->getViewMatrix()) &&
-           sameBits(projectionMatrix, otherCamera->getProjectionMatrix()) &&
-           sameViewport(otherCamera->getViewport(), viewport) &&
+           cameraState.describes(*otherCamera) &&
            ((owner && !std::binary_search(sortedNodes.begin(), sortedNodes.end(), owner)) ||
             pathsIntact(frontOnly));
 }
@@ -173,14 +162,7 @@ PickCache::Entry& PickCache::computePick(State& state, osgViewer::View& view,
     entry.view = &view;
     entry.camera = camera;
     entry.located = located;
-    entry.viewMatrix = camera->getViewMatrix();
-    entry.projectionMatrix = camera->getProjectionMatrix();
-    if (const osg::Viewport* viewport = camera->getViewport()) {
-        entry.viewport[0] = viewport->x();
-        entry.viewport[1] = viewport->y();
-        entry.viewport[2] = viewport->width();
-        entry.viewport[3] = viewport->height();
-    }
+    entry.cameraState = CameraState(*camera);
     entry.mask = mask;
     // A press hands every hit to the dragger it picks; other events are
     // decided by their front hit alone.

@@ -1,6 +1,8 @@
 #ifndef RK_PICK_CACHE_H
 #define RK_PICK_CACHE_H
 
+#include "rkCameraState.h"
+
 #include <osg/Matrixd>
 #include <osg/Node>
 #include <osg/observer_ptr>
@@ -146,9 +148,7 @@ private:
         osg::observer_ptr<osgViewer::View> view;
         osg::observer_ptr<const osg::Camera> camera;
         Located located;
-        osg::Matrixd viewMatrix;
-        osg::Matrixd projectionMatrix;
-        double viewport[4] = {0.0, 0.0, 0.0, 0.0};
+        CameraState cameraState;
         osg::Node::NodeMask mask = 0;
         /// False for a pick of which only the front hit is sure (see firstHit).
         bool complete = true;

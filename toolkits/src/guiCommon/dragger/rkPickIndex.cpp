@@ -44,9 +44,23 @@ const PickIndex* PickIndex::of(const osg::Drawable& drawable)
     return index && geometry && index->m_signature.describes(*geometry) ? index : nullptr;
 }
 
-void PickIndex::handOver(osgUtil::LineSegmentIntersector& intersector, const osg::Drawable& proxy,
-                         osg::Drawable& drawable, const std::vector<unsigned int>* primitiveOf)
+osg::ref_ptr<osg::Geometry> PickIndex::newProxy()
 {
+    osg::ref_ptr<osg::Geometry> proxy = new osg::Geometry;
+    proxy->setUseVertexBufferObjects(false);
+    proxy->setUseDisplayList(false);
+    return proxy;
+}
+
+void PickIndex::testInstead(osgUtil::LineSegmentIntersector& intersector,
+                            osgUtil::IntersectionVisitor& visitor, osg::Geometry& proxy,
+                            osg::Drawable& drawable, const osg::Vec3d& start, const osg::Vec3d& end,
+                            const std::vector<unsigned int>* primitiveOf)
+{
+    const std::size_t before = intersector.getIntersections().size();
+    intersector.osgUtil::LineSegmentIntersector::intersect(visitor, &proxy, start, end);
+    if (intersector.getIntersections().size() == before)
+        return;
     for (const osgUtil::LineSegmentIntersector::Intersection& hit :
          intersector.getIntersections()) {
         if (hit.drawable.get() != &proxy)

@@ -3,6 +3,7 @@
 
 #include <osg/Referenced>
 #include <osg/Vec3d>
+#include <osg/ref_ptr>
 
 #include <utility>
 #include <vector>
@@ -49,17 +50,24 @@ public:
                            osgUtil::IntersectionVisitor& visitor, osg::Drawable& drawable,
                            const osg::Vec3d& start, const osg::Vec3d& end) const = 0;
 
+    /// A scratch geometry to stand in for an indexed drawable in
+    /// OpenSceneGraph's test: never drawn, so no buffer objects or display
+    /// lists may be made for the vertices it shares.
+    static osg::ref_ptr<osg::Geometry> newProxy();
+
 protected:
     explicit PickIndex(const osg::Geometry& geometry);
 
-    /// Gives the hits that `proxy` (a scratch geometry standing in for
-    /// `drawable` in OpenSceneGraph's test) added to `intersector` the
-    /// drawable, and, with `primitiveOf`, the primitive index of the
-    /// drawable's own test in place of the proxy's. Neither takes part in
-    /// the hits' order (their ratio), so they are set in place.
-    static void handOver(osgUtil::LineSegmentIntersector& intersector, const osg::Drawable& proxy,
-                         osg::Drawable& drawable,
-                         const std::vector<unsigned int>* primitiveOf = nullptr);
+    /// OpenSceneGraph's own test of `proxy` (standing in for `drawable`,
+    /// holding the triangles the segment from `start` to `end` may meet)
+    /// with `intersector`; the hits it adds then get the drawable, and,
+    /// with `primitiveOf`, the primitive index of the drawable's own test in
+    /// place of the proxy's. Neither takes part in the hits' order (their
+    /// ratio), so they are set in place.
+    static void testInstead(osgUtil::LineSegmentIntersector& intersector,
+                            osgUtil::IntersectionVisitor& visitor, osg::Geometry& proxy,
+                            osg::Drawable& drawable, const osg::Vec3d& start, const osg::Vec3d& end,
+                            const std::vector<unsigned int>* primitiveOf = nullptr);
 
 private:
     struct Signature

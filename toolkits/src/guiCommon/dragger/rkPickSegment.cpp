@@ -106,10 +106,10 @@ bool PickSegment::knows(const osgUtil::IntersectionVisitor& visitor)
                            typeid(*intersector) == typeid(FrontIntersector));
 }
 
-bool PickSegment::isIdentity(const osg::MatrixTransform& handle)
+bool PickSegment::isIdentity(const osg::MatrixTransform& transform)
 {
-    return handle.getReferenceFrame() == osg::Transform::RELATIVE_RF &&
-           handle.getMatrix().isIdentity();
+    return transform.getReferenceFrame() == osg::Transform::RELATIVE_RF &&
+           transform.getMatrix().isIdentity();
 }
 
 void PickSegment::enterAsGroup(osg::Node& child, osgUtil::IntersectionVisitor& visitor)

@@ -111,9 +111,12 @@ public:
         return true;
     }
 
+    /// Whether `transform` leaves its children's frame as it is: relative to
+    /// its parent, with the identity matrix (what `traverseFlattening`'s
+    /// `isFlat` may hold for).
+    static bool isIdentity(const osg::MatrixTransform& transform);
+
 private:
-    /// Whether `handle` leaves its children's frame as it is.
-    static bool isIdentity(const osg::MatrixTransform& handle);
     /// Whether the visitor's intersector is one whose picks this class reads.
     static bool knows(const osgUtil::IntersectionVisitor& visitor);
     static void enterAsGroup(osg::Node& child, osgUtil::IntersectionVisitor& visitor);

@@ -1,5 +1,6 @@
 #include "rkPointerView.h"
 
+#include "rkCameraState.h"
 #include "rkFinite.h"
 
 #include <osg/Camera>
@@ -39,24 +40,10 @@ struct PointerMatrices : osgManipulator::PointerInfo
 /// The camera state a pointer's matrices come from, and those matrices.
 struct CameraMatrices
 {
-    osg::Matrixd view;
-    osg::Matrixd projection;
-    bool hasViewport = false;
-    double viewport[4] = {0.0, 0.0, 0.0, 0.0};
+    CameraState state;
     osg::Matrixd toWindow;
     osg::Matrixd fromWindow;
     osg::Vec3d eyeDirection;
-    bool valid = false;
-
-    bool describes(const osg::Camera& camera) const
-    {
-        const osg::Viewport* port = camera.getViewport();
-        return valid && sameBits(view, camera.getViewMatrix()) &&
-               sameBits(projection, camera.getProjectionMatrix()) &&
-               hasViewport == (port != nullptr) &&
-               (!port || (port->x() == viewport[0] && port->y() == viewport[1] &&
-                          port->width() == viewport[2] && port->height() == viewport[3]));
-    }
 };
 
 } // namespace
@@ -90,27 +77,17 @@ osg::Vec2d PointerView::pointerWindow(const osgManipulator::PointerInfo& pointer
 void PointerView::setCamera(osgManipulator::PointerInfo& pointer, osg::Camera* camera)
 {
     thread_local CameraMatrices last;
-    if (camera && last.describes(*camera)) {
+    if (camera && last.state.describes(*camera)) {
         PointerMatrices::set(pointer, last.toWindow, last.fromWindow, last.eyeDirection);
         return;
     }
     pointer.setCamera(camera);
     if (!camera)
         return;
-    last.view = camera->getViewMatrix();
-    last.projection = camera->getProjectionMatrix();
-    const osg::Viewport* port = camera->getViewport();
-    last.hasViewport = port != nullptr;
-    if (port) {
-        last.viewport[0] = port->x();
-        last.viewport[1] = port->y();
-        last.viewport[2] = port->width();
-        last.viewport[3] = port->height();
-    }
+    last.state = CameraState(*camera);
     last.toWindow = PointerMatrices::toWindow(pointer);
     last.fromWindow = PointerMatrices::fromWindow(pointer);
     last.eyeDirection = pointer.getEyeDir();
-    last.valid = true;
 }
 
 } // namespace Rk

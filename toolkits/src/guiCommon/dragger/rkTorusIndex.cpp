@@ -127,10 +127,8 @@ struct Scratch
     osg::ref_ptr<osg::KdTree> tree;
     std::vector<unsigned int> candidates;
 
-    Scratch() : proxy(new osg::Geometry), tree(new osg::KdTree)
+    Scratch() : proxy(PickIndex::newProxy()), tree(new osg::KdTree)
     {
-        proxy->setUseVertexBufferObjects(false);
-        proxy->setUseDisplayList(false);
         proxy->setShape(tree.get());
         tree->addNode(osg::KdTree::KdNode(-1, 0));
     }
@@ -352,10 +350,7 @@ bool TorusIndex::intersect(osgUtil::LineSegmentIntersector& intersector,
         work.proxy->setVertexArray(m_vertexArray.get());
         tree.setVertices(static_cast<osg::Vec3Array*>(m_vertexArray.get()));
     }
-    const std::size_t before = intersector.getIntersections().size();
-    intersector.osgUtil::LineSegmentIntersector::intersect(visitor, work.proxy.get(), start, end);
-    if (intersector.getIntersections().size() != before)
-        handOver(intersector, *work.proxy, drawable);
+    testInstead(intersector, visitor, *work.proxy, drawable, start, end);
     return true;
 }
 

@@ -87,11 +87,8 @@ struct Scratch
     std::vector<unsigned int> candidates;
     std::vector<unsigned int> primitiveOf;
 
-    Scratch() : proxy(new osg::Geometry), triangles(new osg::DrawElementsUInt(GL_TRIANGLES))
+    Scratch() : proxy(PickIndex::newProxy()), triangles(new osg::DrawElementsUInt(GL_TRIANGLES))
     {
-        // Never drawn: no buffer objects may be attached to the shared vertices.
-        proxy->setUseVertexBufferObjects(false);
-        proxy->setUseDisplayList(false);
         proxy->addPrimitiveSet(triangles.get());
     }
 };
@@ -367,10 +364,7 @@ bool TriangleIndex::intersect(osgUtil::LineSegmentIntersector& intersector,
     }
     if (work.proxy->getVertexArray() != m_vertexArray.get())
         work.proxy->setVertexArray(m_vertexArray.get());
-    const std::size_t before = intersector.getIntersections().size();
-    intersector.osgUtil::LineSegmentIntersector::intersect(visitor, work.proxy.get(), start, end);
-    if (intersector.getIntersections().size() != before)
-        handOver(intersector, *work.proxy, drawable, &work.primitiveOf);
+    testInstead(intersector, visitor, *work.proxy, drawable, start, end, &work.primitiveOf);
     return true;
 }
 

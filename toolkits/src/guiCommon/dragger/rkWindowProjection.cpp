@@ -1,12 +1,11 @@
 #include "rkWindowProjection.h"
 
-#include "rkFinite.h"
+#include "rkCameraState.h"
 
 #include <osg/Camera>
 #include <osg/Transform>
 #include <osgGA/GUIEventAdapter>
 
-#include <algorithm>
 #include <atomic>
 
 namespace Rk {
@@ -24,26 +23,17 @@ const int kMaxDepth = 64;
 struct KeptProjection
 {
     WindowProjection projection;
-    osg::Matrixd projectionMatrix;
-    double viewport[4] = {0.0, 0.0, 0.0, 0.0};
+    CameraState state;
     bool finite = false;
 
-    bool madeFor(const osg::Camera& camera, const double (&now)[4]) const
-    {
-        return projection.transformId != 0 &&
-               sameBits(projection.worldToEye, camera.getViewMatrix()) &&
-               sameBits(projectionMatrix, camera.getProjectionMatrix()) &&
-               std::equal(now, now + 4, viewport);
-    }
-
-    void makeFor(const osg::Camera& camera, const double (&now)[4])
+    void makeFor(const osg::Camera& camera)
     {
         // Different for every transform made, in any thread.
         static std::atomic<std::uint64_t> made(0);
+        state = CameraState(camera);
         projection.worldToEye = camera.getViewMatrix();
-        projectionMatrix = camera.getProjectionMatrix();
-        std::copy(now, now + 4, viewport);
-        projection.eyeToWindow = projectionMatrix * camera.getViewport()->computeWindowMatrix();
+        projection.eyeToWindow =
+            camera.getProjectionMatrix() * camera.getViewport()->computeWindowMatrix();
         projection.worldToWindow = projection.worldToEye * projection.eyeToWindow;
         projection.transformId = ++made;
         finite = !projection.worldToWindow.isNaN();
@@ -59,10 +49,8 @@ const WindowProjection& WindowProjection::of(const osg::Camera* camera,
     if (!camera || !camera->getViewport())
         return kNone;
     thread_local KeptProjection kept;
-    const osg::Viewport& viewport = *camera->getViewport();
-    const double now[4] = {viewport.x(), viewport.y(), viewport.width(), viewport.height()};
-    if (!kept.madeFor(*camera, now))
-        kept.makeFor(*camera, now);
+    if (!kept.state.describes(*camera))
+        kept.makeFor(*camera);
     // The pointer in the window's pixels, y up: the point the composite hands
     // its handles (see its pointer projection) and the one the pick uses.
     WindowProjection& projection = kept.projection;
