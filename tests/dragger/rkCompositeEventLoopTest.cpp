@@ -199,6 +199,13 @@ TEST_F(CompositeEventLoop, FrameEventsFollowTheHostOnceWhenItMovedBeyondTheToler
              view.frame();
          },
          1, true},
+        {"moved by exactly the tolerance along every axis: within it",
+         [&] {
+             const double tolerance = Composite3DDragger::FOLLOW_TOLERANCE;
+             host.pose = osg::Matrixd::translate(tolerance, -tolerance, tolerance);
+             view.frame();
+         },
+         0, false},
         {"dragger moved after a quiet frame is put back",
          [&] {
              view.frame();

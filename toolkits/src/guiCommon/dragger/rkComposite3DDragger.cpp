@@ -43,6 +43,16 @@ osg::Quat rotationOf(const osg::Matrixd& matrix)
     return rotation.getRotate();
 }
 
+// The host's own comparison of two poses, as the receiver would see them.
+bool posesAgree(const osg::Matrixd& draggerPose, const osg::Matrixd& hostMatrix, double tolerance)
+{
+    RkCoordinateSystemTransformation dragger;
+    RkCoordinateSystemTransformation host;
+    RkRenderTypes::osg2rk(draggerPose, dragger);
+    RkRenderTypes::osg2rk(hostMatrix, host);
+    return dragger.approxEq(host, tolerance);
+}
+
 } // namespace
 
 Composite3DDragger::Composite3DDragger(Rk::PluginGUI* gui)
@@ -407,11 +417,10 @@ void Composite3DDragger::followReceiver()
     // and stays pickable until the host gives a finite one again.
     if (!isFinite(hostMatrix))
         return;
-    RkCoordinateSystemTransformation draggerPose;
-    RkCoordinateSystemTransformation receiverPose;
-    RkRenderTypes::osg2rk(receiverPoseOfDragger(), draggerPose);
-    RkRenderTypes::osg2rk(hostMatrix, receiverPose);
-    if (draggerPose.approxEq(receiverPose, FOLLOW_TOLERANCE)) {
+    // A host that moved the pose by more than the tolerance is followed
+    // without the pose conversions, which could only find the poses apart.
+    if (!FollowAgreement::knownApart(getMatrix(), hostMatrix, FOLLOW_TOLERANCE) &&
+        posesAgree(receiverPoseOfDragger(), hostMatrix, FOLLOW_TOLERANCE)) {
         m_followAgreement.record(getMatrix(), m_alignmentRotation, hostMatrix);
         return;
     }

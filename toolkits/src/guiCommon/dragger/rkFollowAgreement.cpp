@@ -2,6 +2,8 @@
 
 #include "rkFinite.h"
 
+#include <cmath>
+
 namespace Rk {
 
 // The decision is only known for exactly the same bits: sameBits, not ==
@@ -21,6 +23,17 @@ void FollowAgreement::record(const osg::Matrixd& dragger, const osg::Quat& align
     m_alignment = alignment;
     m_receiver = receiver;
     m_recorded = true;
+}
+
+bool FollowAgreement::knownApart(const osg::Matrixd& dragger, const osg::Matrixd& receiver,
+                                 double tolerance)
+{
+    const osg::Vec3d draggerTrans = dragger.getTrans();
+    const osg::Vec3d receiverTrans = receiver.getTrans();
+    for (int axis = 0; axis < 3; ++axis)
+        if (std::fabs(draggerTrans[axis] - receiverTrans[axis]) > tolerance)
+            return true;
+    return false;
 }
 
 } // namespace Rk

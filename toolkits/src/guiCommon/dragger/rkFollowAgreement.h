@@ -6,8 +6,9 @@
 
 namespace Rk {
 
-/// Memory of the frame-time follow: the last inputs for which the dragger's
-/// pose and its receiver's pose were found to agree within the tolerance.
+/// What the frame-time follow can tell without converting both poses: the
+/// last inputs for which the dragger's pose and its receiver's pose were
+/// found to agree within the tolerance, and translations too far apart to agree.
 ///
 /// The follow's decision is a pure function of three inputs: the dragger's
 /// matrix, its alignment rotation and the receiver's matrix. When all three
@@ -25,6 +26,14 @@ public:
     /// Records that the follow found these inputs in agreement.
     void record(const osg::Matrixd& dragger, const osg::Quat& alignment,
                 const osg::Matrixd& receiver);
+
+    /// True when a translation component of `dragger` and `receiver` differs
+    /// by more than `tolerance`. Both poses that the follow compares carry
+    /// these translations unchanged, and the comparison takes them first
+    /// with the same test, so it could only find the poses apart. False for
+    /// a NaN component: only the full comparison decides then.
+    static bool knownApart(const osg::Matrixd& dragger, const osg::Matrixd& receiver,
+                           double tolerance);
 
 private:
     bool m_recorded = false;
