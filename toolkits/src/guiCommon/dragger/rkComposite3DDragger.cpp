@@ -15,19 +15,6 @@ namespace {
 
 const osg::Quat kIdentityRotation(0.0, 0.0, 0.0, 1.0);
 
-// The camera whose matrices map the pointer into the hit's scene: the first
-// absolute (or parentless) camera above the hit, else the view's own.
-osg::Camera* cameraAbove(const osg::NodePath& path, osgViewer::View& view)
-{
-    for (auto node = path.rbegin(); node != path.rend(); ++node) {
-        osg::Camera* camera = (*node)->asCamera();
-        if (camera && (camera->getReferenceFrame() != osg::Transform::RELATIVE_RF ||
-                       camera->getParents().empty()))
-            return camera;
-    }
-    return view.getCamera();
-}
-
 // The rotation of `matrix` with any axis scale divided out first: OSG 3.6's
 // getRotate() assumes unit rows, and a scaled dragger must still hand the
 // receiver its true orientation.
@@ -41,16 +28,6 @@ osg::Quat rotationOf(const osg::Matrixd& matrix)
                 rotation(row, column) = matrix(row, column) / length;
     }
     return rotation.getRotate();
-}
-
-// The host's own comparison of two poses, as the receiver would see them.
-bool posesAgree(const osg::Matrixd& draggerPose, const osg::Matrixd& hostMatrix, double tolerance)
-{
-    RkCoordinateSystemTransformation dragger;
-    RkCoordinateSystemTransformation host;
-    RkRenderTypes::osg2rk(draggerPose, dragger);
-    RkRenderTypes::osg2rk(hostMatrix, host);
-    return dragger.approxEq(host, tolerance);
 }
 
 } // namespace
@@ -319,7 +296,7 @@ bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::Vi
     for (osg::Node* node : path) {
         if (node != static_cast<osg::Node*>(this))
             continue;
-        takePress(event, action, cameraAbove(path, view));
+        takePress(event, action, PointerView::cameraAbove(path, view));
         picked = true;
     }
     return picked;
@@ -420,7 +397,7 @@ void Composite3DDragger::followReceiver()
     // A host that moved the pose by more than the tolerance is followed
     // without the pose conversions, which could only find the poses apart.
     if (!FollowAgreement::knownApart(getMatrix(), hostMatrix, FOLLOW_TOLERANCE) &&
-        posesAgree(receiverPoseOfDragger(), hostMatrix, FOLLOW_TOLERANCE)) {
+        FollowAgreement::posesAgree(receiverPoseOfDragger(), hostMatrix, FOLLOW_TOLERANCE)) {
         m_followAgreement.record(getMatrix(), m_alignmentRotation, hostMatrix);
         return;
     }

@@ -1,6 +1,7 @@
 #include "rkFollowAgreement.h"
 
 #include "rkFinite.h"
+#include "rkRenderTypes.h"
 
 #include <cmath>
 
@@ -34,6 +35,16 @@ bool FollowAgreement::knownApart(const osg::Matrixd& dragger, const osg::Matrixd
         if (std::fabs(draggerTrans[axis] - receiverTrans[axis]) > tolerance)
             return true;
     return false;
+}
+
+bool FollowAgreement::posesAgree(const osg::Matrixd& draggerPose, const osg::Matrixd& receiver,
+                                 double tolerance)
+{
+    RkCoordinateSystemTransformation dragger;
+    RkCoordinateSystemTransformation host;
+    RkRenderTypes::osg2rk(draggerPose, dragger);
+    RkRenderTypes::osg2rk(receiver, host);
+    return dragger.approxEq(host, tolerance);
 }
 
 } // namespace Rk

@@ -35,6 +35,12 @@ public:
     static bool knownApart(const osg::Matrixd& dragger, const osg::Matrixd& receiver,
                            double tolerance);
 
+    /// The host's own comparison (`RkCoordinateSystemTransformation::approxEq`
+    /// after `RkRenderTypes::osg2rk`) of the pose the dragger would write and
+    /// the receiver's matrix.
+    static bool posesAgree(const osg::Matrixd& draggerPose, const osg::Matrixd& receiver,
+                           double tolerance);
+
 private:
     bool m_recorded = false;
     osg::Matrixd m_dragger;

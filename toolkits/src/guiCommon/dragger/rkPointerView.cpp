@@ -5,6 +5,7 @@
 
 #include <osg/Camera>
 #include <osg/Vec4d>
+#include <osgViewer/View>
 
 namespace Rk {
 
@@ -88,6 +89,17 @@ void PointerView::setCamera(osgManipulator::PointerInfo& pointer, osg::Camera* c
     last.toWindow = PointerMatrices::toWindow(pointer);
     last.fromWindow = PointerMatrices::fromWindow(pointer);
     last.eyeDirection = pointer.getEyeDir();
+}
+
+osg::Camera* PointerView::cameraAbove(const osg::NodePath& path, osgViewer::View& view)
+{
+    for (auto node = path.rbegin(); node != path.rend(); ++node) {
+        osg::Camera* camera = (*node)->asCamera();
+        if (camera && (camera->getReferenceFrame() != osg::Transform::RELATIVE_RF ||
+                       camera->getParents().empty()))
+            return camera;
+    }
+    return view.getCamera();
 }
 
 } // namespace Rk

@@ -6,6 +6,10 @@
 #include <osg/Vec3d>
 #include <osgManipulator/Dragger>
 
+namespace osgViewer {
+class View;
+}
+
 namespace Rk {
 
 /// How the camera of a pointer event sees one point: where it lies in the
@@ -38,6 +42,11 @@ public:
     /// it derives from a camera's view and projection matrices and viewport
     /// (two matrix inversions) is remembered per thread for the last ones.
     static void setCamera(osgManipulator::PointerInfo& pointer, osg::Camera* camera);
+
+    /// The camera whose matrices map a pointer into the scene of a hit with
+    /// node path `path`: the innermost absolute (or parentless) camera on
+    /// the path, else the view's own camera.
+    static osg::Camera* cameraAbove(const osg::NodePath& path, osgViewer::View& view);
 
 private:
     bool m_valid;
