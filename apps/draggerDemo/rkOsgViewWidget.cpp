@@ -10,6 +10,9 @@ namespace {
 // About 60 repaints a second: the frame events also drive the draggers'
 // follow of poses that the host changed elsewhere.
 const int kFrameIntervalMs = 16;
+// A pointer position left of and above every window: where a pointer that
+// left the view is said to be.
+const float kOutsideTheWindow = -1.0f;
 
 // Orbit and zoom that leave alone every event the scene has already taken,
 // such as a press that picked a dragger and the drags that follow it.
@@ -159,4 +162,17 @@ void RkOsgViewWidget::keyPressEvent(QKeyEvent* event)
 void RkOsgViewWidget::keyReleaseEvent(QKeyEvent* event)
 {
     queue()->keyRelease(osgKey(event));
+}
+
+void RkOsgViewWidget::leaveEvent(QEvent* event)
+{
+    // Taken at once, not at this view's next frame: a dragger shown in both
+    // views must see the pointer leave this one before it enters the other.
+    // Stamped with the time of the frame drawn last, the viewer takes it now.
+    if (isValid()) {
+        queue()->mouseMotion(kOutsideTheWindow, kOutsideTheWindow,
+                             m_viewer->getFrameStamp()->getReferenceTime());
+        m_viewer->eventTraversal();
+    }
+    QOpenGLWidget::leaveEvent(event);
 }

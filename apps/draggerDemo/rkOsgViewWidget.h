@@ -11,6 +11,9 @@
 /// own event queue (pixels, y down from the top edge) and every repaint runs
 /// one viewer frame into the widget's framebuffer.
 ///
+/// When the pointer leaves the widget the queue gets a pointer move outside
+/// the window, which takes any hover highlight away.
+///
 /// The camera manipulator ignores presses, drags and releases that the scene
 /// already handled, so grabbing a dragger never also turns the camera.
 class RkOsgViewWidget : public QOpenGLWidget
@@ -41,6 +44,9 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
+    /// The pointer left the view: a move outside the window, so that no
+    /// handle stays highlighted for a pointer that is no longer over it.
+    void leaveEvent(QEvent* event) override;
 
 private:
     osgGA::EventQueue* queue() const { return m_window->getEventQueue(); }

@@ -105,7 +105,7 @@ protected:
     std::unique_ptr<RkDemoMainWindow> window;
 };
 
-TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDialogShowsIt)
+TEST_F(DemoMainWindow, TheXArrowLightsUpUntilThePointerLeavesAndDraggingItInEitherViewMovesTheTool)
 {
     for (RkOsgViewWidget* view : {window->view(), window->topView()}) {
         SCOPED_TRACE(view->objectName().toStdString());
@@ -123,6 +123,10 @@ TEST_F(DemoMainWindow, DraggingTheXArrowInEitherViewMovesTheEndEffectorAndTheDia
         if (view == window->view() && !picture.isEmpty()) {
             EXPECT_TRUE(window->grab().save(picture, "PNG"));
         }
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(view, &leave);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !window->frameDragger()->hoveredHandle(); },
+                                    kHoverWaitMs));
         dragThrough(view, steps(grab, osg::Vec3d(kDragDistance, 0, 0)));
 
         const osg::Vec3d moved = hostPosition() - start;

@@ -201,7 +201,8 @@ public:
     /// another dragger is dragged changes nothing (it is a drag, no move).
     /// Hovering never moves the pose, writes the receiver or handles the
     /// event. `signalHoverChanged()` is emitted when the highlighted handle
-    /// changes, and only then.
+    /// changes, and only then. A host that learns of the pointer leaving its
+    /// view sends a move outside the window (see docs/handling.md).
     void setHoverHighlight(bool highlight) { m_handlingAids.setHoverHighlight(highlight); }
     bool hoverHighlight() const { return m_handlingAids.hoverHighlight(); }
     /// The highlighted handle, or null.
