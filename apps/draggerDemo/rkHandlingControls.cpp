@@ -74,7 +74,7 @@ int handlingKey(int qtKey)
 
 RkHandlingControls::RkHandlingControls(QMainWindow* window, Rk::FrameDragger* dragger,
                                        const QVector<RkOsgViewWidget*>& views)
-    : QObject(window), m_window(window), m_dragger(dragger)
+    : QObject(window), m_window(window), m_dragger(dragger), m_views(views)
 {
     m_dragger->setPrecisionFactor(PRECISION_FACTOR);
     m_dragger->setCancelKey(Event::KEY_Escape);
@@ -90,6 +90,15 @@ RkHandlingControls::RkHandlingControls(QMainWindow* window, Rk::FrameDragger* dr
             &RkHandlingControls::reportDrag);
     for (RkOsgViewWidget* view : views)
         view->installEventFilter(this);
+    // Queued: a press and a release change the dragger's active state only
+    // after the signals they emit.
+    const auto updateCursorOn = [this](auto signal) {
+        connect(m_dragger, signal, this, &RkHandlingControls::showGrabCursor, Qt::QueuedConnection);
+    };
+    updateCursorOn(&Rk::Composite3DDragger::signalHoverChanged);
+    updateCursorOn(&Rk::Composite3DDragger::signalPoseClicked);
+    updateCursorOn(&Rk::Composite3DDragger::signalCommandValueDone);
+    updateCursorOn(&Rk::Composite3DDragger::signalDragCancelled);
 }
 
 void RkHandlingControls::addSnapControls(QToolBar* tools)
@@ -142,6 +151,18 @@ void RkHandlingControls::reportDrag()
     const QString text = dragText();
     if (!text.isEmpty())
         m_window->statusBar()->showMessage(text);
+}
+
+void RkHandlingControls::showGrabCursor()
+{
+    for (RkOsgViewWidget* view : m_views) {
+        if (m_dragger->getDraggerActive())
+            view->setCursor(Qt::ClosedHandCursor);
+        else if (m_dragger->hoveredHandle())
+            view->setCursor(Qt::OpenHandCursor);
+        else
+            view->unsetCursor();
+    }
 }
 
 QString RkHandlingControls::dragText() const

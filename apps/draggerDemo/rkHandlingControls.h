@@ -19,7 +19,8 @@ class FrameDragger;
 /// (editable, 10 mm and 15 degrees to start with), a "Hover highlight"
 /// toggle, Shift for ten times finer motion, Esc or a right-click during a
 /// drag to cancel it, the running distance or angle in the status bar
-/// ("X +12.0 mm", "Z +15.0°") and what the keys do beside it.
+/// ("X +12.0 mm", "Z +15.0°") and what the keys do beside it, and a hand
+/// for a pointer: open over the highlighted handle, closed while dragging.
 ///
 /// Watches the views' Qt events: it hands the held Shift and Ctrl to the
 /// viewer with every event (as a window system does), sends Ctrl and Esc as
@@ -51,11 +52,13 @@ private:
     void addHoverToggle(QToolBar* tools);
     void setSnapping(bool on);
     void reportDrag();
+    void showGrabCursor();
     QString dragText() const;
     bool cancelOnRightClick(QEvent* event);
 
     QMainWindow* m_window;
     Rk::FrameDragger* m_dragger;
+    QVector<RkOsgViewWidget*> m_views;
     QAction* m_snapAction = nullptr;
     QAction* m_hoverAction = nullptr;
     QDoubleSpinBox* m_snapMillimetres = nullptr;

@@ -123,10 +123,12 @@ TEST_F(DemoMainWindow, TheXArrowLightsUpUntilThePointerLeavesAndDraggingItInEith
         if (view == window->view() && !picture.isEmpty()) {
             EXPECT_TRUE(window->grab().save(picture, "PNG"));
         }
+        EXPECT_TRUE(QTest::qWaitFor([&] { return view->cursor().shape() == Qt::OpenHandCursor; }));
         QEvent leave(QEvent::Leave);
         QCoreApplication::sendEvent(view, &leave);
         EXPECT_TRUE(QTest::qWaitFor([&] { return !window->frameDragger()->hoveredHandle(); },
                                     kHoverWaitMs));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return view->cursor().shape() == Qt::ArrowCursor; }));
         dragThrough(view, steps(grab, osg::Vec3d(kDragDistance, 0, 0)));
 
         const osg::Vec3d moved = hostPosition() - start;
@@ -137,7 +139,7 @@ TEST_F(DemoMainWindow, TheXArrowLightsUpUntilThePointerLeavesAndDraggingItInEith
     }
 }
 
-TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscOrARightClickCancelsTheDrag)
+TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsWithAClosedHandAndEscOrARightClickCancels)
 {
     auto* snap = window->findChild<QAction*>("snapAction");
     ASSERT_NE(snap, nullptr);
@@ -152,6 +154,7 @@ TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsAndEscOrARightClickCancelsTh
     const osg::Vec3d grab = onXArrow(start);
     dragAlongX(grab, 0.037);
     EXPECT_EQ(window->statusBar()->currentMessage(), QString("X +40.0 mm"));
+    EXPECT_EQ(view->cursor().shape(), Qt::ClosedHandCursor);
     QTest::mouseRelease(view, Qt::LeftButton, {},
                         view->project(grab + osg::Vec3d(0.037, 0, 0)).toPoint());
     QTest::qWait(kSettleMs);
