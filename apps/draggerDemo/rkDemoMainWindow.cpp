@@ -79,8 +79,9 @@ void RkDemoMainWindow::buildScene()
     viewer->getCamera()->setClearColor(kSky);
     viewer->getCameraManipulator()->setHomePosition(kEye, kLookAt, osg::Vec3d(0, 0, 1));
     viewer->home();
-    connect(m_view, &RkOsgViewWidget::resized, this,
-            [this](int width, int height) { m_jogPanel->resize(width, height); });
+    connect(m_view, &RkOsgViewWidget::resized, this, [this](int width, int height) {
+        m_jogPanel->resize(width, height, m_view->devicePixelRatioF());
+    });
     buildTopView(m_arm.node());
 }
 

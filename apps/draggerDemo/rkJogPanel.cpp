@@ -112,11 +112,13 @@ void RkJogPanel::endHoldIfReleased()
                        QString::fromLatin1(BUTTONS[hold.button].label));
 }
 
-void RkJogPanel::resize(int width, int height)
+void RkJogPanel::resize(int width, int height, double pixelRatio)
 {
-    // The viewport too: the pointer maps window pixels through it.
+    // The viewport too: the pointer maps window pixels through it. The
+    // overlay's units are logical pixels, so that the panel keeps its size
+    // on a high-density screen.
     m_overlay->setViewport(0, 0, width, height);
-    m_overlay->setProjectionMatrixAsOrtho2D(0.0, width, 0.0, height);
+    m_overlay->setProjectionMatrixAsOrtho2D(0.0, width / pixelRatio, 0.0, height / pixelRatio);
 }
 
 QPointF RkJogPanel::buttonCentre(int index, int viewHeight) const

@@ -45,10 +45,11 @@ public:
     osg::Camera* overlay() const { return m_overlay.get(); }
     RkImageDragger* dragger() const { return m_dragger.get(); }
     bool hasImage() const;
-    /// Keeps the overlay in pixel units of a view of `width` x `height`.
-    void resize(int width, int height);
-    /// Centre of button `index` in view pixels, y down, for a view of
-    /// height `viewHeight`.
+    /// Keeps the overlay in logical pixel units of a view of `width` x
+    /// `height` device pixels with `pixelRatio` device pixels per logical one.
+    void resize(int width, int height, double pixelRatio = 1.0);
+    /// Centre of button `index` in logical view pixels, y down, for a view
+    /// of height `viewHeight` (logical pixels).
     QPointF buttonCentre(int index, int viewHeight) const;
     /// Sets (or with an empty function clears) the listener of finished holds.
     void setHoldListener(HoldListener listener) { m_holdListener = std::move(listener); }
