@@ -169,7 +169,9 @@ void RkOsgViewWidget::leaveEvent(QEvent* event)
     // Taken at once, not at this view's next frame: a dragger shown in both
     // views must see the pointer leave this one before it enters the other.
     // Stamped with the time of the frame drawn last, the viewer takes it now.
-    if (isValid()) {
+    // With a button held the move would be a drag to outside the window:
+    // none is sent then (a drag keeps its pointer until the release).
+    if (isValid() && queue()->getCurrentEventState()->getButtonMask() == 0) {
         queue()->mouseMotion(kOutsideTheWindow, kOutsideTheWindow,
                              m_viewer->getFrameStamp()->getReferenceTime());
         m_viewer->eventTraversal();

@@ -155,6 +155,11 @@ TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsWithAClosedHandAndEscOrARigh
     dragAlongX(grab, 0.037);
     EXPECT_EQ(window->statusBar()->currentMessage(), QString("X +40.0 mm"));
     EXPECT_EQ(view->cursor().shape(), Qt::ClosedHandCursor);
+    const osg::Vec3d dragged = hostPosition();
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(view, &leave);
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(hostPosition(), dragged) << "leaving the view during a drag moves nothing";
     QTest::mouseRelease(view, Qt::LeftButton, {},
                         view->project(grab + osg::Vec3d(0.037, 0, 0)).toPoint());
     QTest::qWait(kSettleMs);
