@@ -217,7 +217,9 @@ bool RkHandlingControls::eventFilter(QObject* watched, QEvent* event)
 
 bool RkHandlingControls::cancelOnRightClick(QEvent* event)
 {
-    if (event->type() != QEvent::MouseButtonPress || !m_dragger->getDraggerActive())
+    const bool press =
+        event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick;
+    if (!press || !m_dragger->getDraggerActive())
         return false;
     if (static_cast<QMouseEvent*>(event)->button() != Qt::RightButton)
         return false;

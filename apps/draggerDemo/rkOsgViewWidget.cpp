@@ -136,8 +136,11 @@ void RkOsgViewWidget::mouseReleaseEvent(QMouseEvent* event)
 
 void RkOsgViewWidget::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    const QPointF at = pointerPosition(event) * pixelRatio();
-    queue()->mouseDoubleButtonPress(at.x(), at.y(), osgButton(event->button()));
+    // Qt sends a second press soon after a click as a double click. The
+    // view gives double clicks no meaning of their own, and a press it
+    // stays: as osgGA's double click, draggers would not take it and the
+    // drag after it would turn the camera instead.
+    mousePressEvent(event);
 }
 
 void RkOsgViewWidget::mouseMoveEvent(QMouseEvent* event)

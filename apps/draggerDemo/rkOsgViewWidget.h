@@ -11,6 +11,9 @@
 /// own event queue (pixels, y down from the top edge) and every repaint runs
 /// one viewer frame into the widget's framebuffer.
 ///
+/// A double click is handed on as a second press, so that a quick second
+/// grab of a handle takes it as the first did.
+///
 /// When the pointer leaves the widget the queue gets a pointer move outside
 /// the window, which takes any hover highlight away.
 ///

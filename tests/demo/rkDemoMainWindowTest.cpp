@@ -11,6 +11,7 @@
 #include <QDoubleSpinBox>
 #include <QElapsedTimer>
 #include <QImage>
+#include <QMouseEvent>
 #include <QProcess>
 #include <QStatusBar>
 #include <QTemporaryDir>
@@ -136,6 +137,26 @@ TEST_F(DemoMainWindow, TheXArrowLightsUpUntilThePointerLeavesAndDraggingItInEith
         EXPECT_NEAR(moved.y(), 0.0, 1e-9);
         EXPECT_NEAR(moved.z(), 0.0, 1e-9);
         EXPECT_NEAR(box("spinBoxX")->value(), hostPosition().x(), 0.0005);
+
+        // A second grab soon after the first reaches the view as a double
+        // click: it takes the arrow too, and the camera stays.
+        const osg::Vec3d before = hostPosition();
+        const osg::Matrixd camera = view->viewer()->getCamera()->getViewMatrix();
+        const std::vector<osg::Vec3d> again =
+            steps(onXArrow(before), osg::Vec3d(-kDragDistance, 0, 0));
+        const QPoint at = view->project(again.front()).toPoint();
+        QMouseEvent secondPress(QEvent::MouseButtonDblClick, at, view->mapToGlobal(at),
+                                Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(view, &secondPress);
+        QTest::qWait(kSettleMs);
+        for (std::size_t index = 1; index < again.size(); ++index) {
+            QTest::mouseMove(view, view->project(again[index]).toPoint());
+            QTest::qWait(30);
+        }
+        QTest::mouseRelease(view, Qt::LeftButton, {}, view->project(again.back()).toPoint());
+        QTest::qWait(kSettleMs);
+        EXPECT_NEAR(hostPosition().x() - before.x(), -kDragDistance, 0.05 * kDragDistance);
+        EXPECT_EQ(view->viewer()->getCamera()->getViewMatrix(), camera);
     }
 }
 
@@ -181,6 +202,15 @@ TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsWithAClosedHandAndEscOrARigh
     QTest::mousePress(view, Qt::RightButton, {}, QPoint(10, 10));
     QTest::qWait(kSettleMs);
     EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6) << "a right-click cancels too";
+    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(10, 10));
+
+    dragAlongX(onXArrow(snapped), 0.05);
+    QMouseEvent rightAgain(QEvent::MouseButtonDblClick, QPointF(10, 10),
+                           view->mapToGlobal(QPointF(10, 10)), Qt::RightButton,
+                           Qt::LeftButton | Qt::RightButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(view, &rightAgain);
+    QTest::qWait(kSettleMs);
+    EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6) << "and a right double click";
     QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(10, 10));
 }
 
