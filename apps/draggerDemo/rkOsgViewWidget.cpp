@@ -136,10 +136,10 @@ void RkOsgViewWidget::mouseReleaseEvent(QMouseEvent* event)
 
 void RkOsgViewWidget::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    // Qt sends a second press soon after a click as a double click. The
-    // view gives double clicks no meaning of their own, and a press it
-    // stays: as osgGA's double click, draggers would not take it and the
-    // drag after it would turn the camera instead.
+    // Qt sends a second press soon after a click as a double click. This
+    // view gives double clicks no meaning of their own, so it hands one on
+    // as the press it is: as osgGA's double click no dragger would take it,
+    // and the drag after it would turn the camera instead.
     mousePressEvent(event);
 }
 
