@@ -44,6 +44,15 @@ const PickIndex* PickIndex::of(const osg::Drawable& drawable)
     return index && geometry && index->m_signature.describes(*geometry) ? index : nullptr;
 }
 
+void PickIndex::prepareLocked() const
+{
+    std::lock_guard<std::mutex> lock(m_preparing);
+    if (m_prepared.load(std::memory_order_relaxed))
+        return;
+    const_cast<PickIndex*>(this)->prepare();
+    m_prepared.store(true, std::memory_order_release);
+}
+
 osg::ref_ptr<osg::Geometry> PickIndex::newProxy()
 {
     osg::ref_ptr<osg::Geometry> proxy = new osg::Geometry;

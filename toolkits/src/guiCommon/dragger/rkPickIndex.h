@@ -5,6 +5,8 @@
 #include <osg/Vec3d>
 #include <osg/ref_ptr>
 
+#include <atomic>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -58,6 +60,17 @@ public:
 protected:
     explicit PickIndex(const osg::Geometry& geometry);
 
+    /// Runs `prepare()` at the first call, once, under a lock: a pick on
+    /// another thread meanwhile waits for it. Later calls return at once,
+    /// so an index costs nothing until its drawable is first picked.
+    void prepareOnce() const
+    {
+        if (!m_prepared.load(std::memory_order_acquire))
+            prepareLocked();
+    }
+    /// What an index makes from its drawable before its first search.
+    virtual void prepare() = 0;
+
     /// OpenSceneGraph's own test of `proxy` (standing in for `drawable`,
     /// holding the triangles the segment from `start` to `end` may meet)
     /// with `intersector`; the hits it adds then get the drawable, and,
@@ -83,7 +96,11 @@ private:
         bool describes(const osg::Geometry& geometry) const;
     };
 
+    void prepareLocked() const;
+
     Signature m_signature;
+    mutable std::atomic<bool> m_prepared{false};
+    mutable std::mutex m_preparing;
 };
 
 } // namespace Rk

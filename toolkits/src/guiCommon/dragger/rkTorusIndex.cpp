@@ -176,18 +176,14 @@ TorusIndex::TorusIndex(const osg::Geometry& torus, const Layout& layout, const o
 
 bool TorusIndex::ready() const
 {
-    State state = m_state.load(std::memory_order_acquire);
-    if (state == State::Unread) {
-        std::lock_guard<std::mutex> lock(m_reading);
-        state = m_state.load(std::memory_order_relaxed);
-        if (state == State::Unread) {
-            auto* self = const_cast<TorusIndex*>(this);
-            self->tabulateSteps();
-            state = self->readTree() ? State::Ready : State::Unusable;
-            m_state.store(state, std::memory_order_release);
-        }
-    }
-    return state == State::Ready;
+    prepareOnce();
+    return m_usable;
+}
+
+void TorusIndex::prepare()
+{
+    tabulateSteps();
+    m_usable = readTree();
 }
 
 void TorusIndex::tabulateSteps()

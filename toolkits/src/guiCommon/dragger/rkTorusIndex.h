@@ -6,8 +6,6 @@
 #include <osg/Vec2d>
 #include <osg/ref_ptr>
 
-#include <atomic>
-#include <mutex>
 #include <vector>
 
 namespace osg {
@@ -74,6 +72,7 @@ private:
     /// Reads the tree and the ring's angles at the first call; false when
     /// the tree holds other triangles than the layout's.
     bool ready() const;
+    void prepare() override;
     void tabulateSteps();
     bool readTree();
 
@@ -84,14 +83,8 @@ private:
                     double leave, std::vector<unsigned int>& found) const;
     void addQuad(int quad, std::vector<unsigned int>& found) const;
 
-    enum class State
-    {
-        Unread,
-        Ready,
-        Unusable
-    };
-    mutable std::atomic<State> m_state{State::Unread};
-    mutable std::mutex m_reading;
+    /// Whether the tree holds the layout's triangles (known once prepared).
+    bool m_usable = false;
     Layout m_layout;
     osg::ref_ptr<const osg::KdTree> m_tree;
     osg::ref_ptr<osg::Array> m_vertexArray;

@@ -186,18 +186,7 @@ TriangleIndex::TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle
 {
 }
 
-void TriangleIndex::ensureBuilt() const
-{
-    if (m_built.load(std::memory_order_acquire))
-        return;
-    std::lock_guard<std::mutex> lock(m_building);
-    if (m_built.load(std::memory_order_relaxed))
-        return;
-    const_cast<TriangleIndex*>(this)->buildBoxes();
-    m_built.store(true, std::memory_order_release);
-}
-
-void TriangleIndex::buildBoxes()
+void TriangleIndex::prepare()
 {
     const auto& vertices = static_cast<const osg::Vec3Array&>(*m_vertexArray);
     osg::BoundingBoxd all;
@@ -320,7 +309,7 @@ void TriangleIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
     found.clear();
     if (m_triangles.empty())
         return;
-    ensureBuilt();
+    prepareOnce();
     const osg::Vec3d direction = end - start;
     const osg::Vec3d inverse(1.0 / direction.x(), 1.0 / direction.y(), 1.0 / direction.z());
     // Depth-first through the boxes; the stack holds at most one box per

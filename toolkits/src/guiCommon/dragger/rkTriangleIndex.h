@@ -6,8 +6,6 @@
 #include <osg/BoundingBox>
 #include <osg/ref_ptr>
 
-#include <atomic>
-#include <mutex>
 #include <vector>
 
 namespace osg {
@@ -85,8 +83,8 @@ private:
     };
 
     TriangleIndex(const osg::Geometry& geometry, std::vector<Triangle> triangles);
-    void ensureBuilt() const;
-    void buildBoxes();
+    /// Builds the boxes.
+    void prepare() override;
     /// A triangle's box and centre, while the boxes are built.
     struct Extent
     {
@@ -104,8 +102,6 @@ private:
     osg::ref_ptr<osg::Array> m_vertexArray;
     std::vector<Triangle> m_triangles;
     // The boxes, built at the first search.
-    mutable std::atomic<bool> m_built{false};
-    mutable std::mutex m_building;
     /// Triangle numbers (in test order), grouped by leaf.
     std::vector<unsigned int> m_order;
     std::vector<Box> m_boxes;
