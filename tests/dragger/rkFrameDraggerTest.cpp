@@ -67,6 +67,9 @@ TEST(FrameDragger, SetupBuildsTheCylinderGeometryTheScaleAndTheHandleSetAndShowi
     dragger->setHandleSet(FrameDragger::PLANE_HANDLES | FrameDragger::VIEW_RING);
     EXPECT_EQ(dragger->getNumChildren(), 2u) << "only at the next build";
     dragger->showDraggers(true);
+    // Rings sized through the rotate child alone: the view ring still
+    // encloses them.
+    dragger->rotateDragger()->setGeometryProperties(0.02f, 0.8f);
     dragger->rebuildExtraHandles();
     ASSERT_NE(dragger->extraHandles(), nullptr);
     EXPECT_EQ(dragger->getNumChildren(), 3u);
@@ -74,6 +77,10 @@ TEST(FrameDragger, SetupBuildsTheCylinderGeometryTheScaleAndTheHandleSetAndShowi
     EXPECT_EQ(dragger->extraHandles()->screenHandle(), nullptr);
     EXPECT_EQ(dragger->extraHandles()->getNodeMask(), kShownMask);
     EXPECT_EQ(dragger->extraHandles()->viewRing()->getParentDragger(), dragger.get());
+    const osg::Geode* viewRing =
+        dragger->extraHandles()->viewRing()->getChild(0)->asGroup()->getChild(0)->asGeode();
+    EXPECT_NEAR(firstVertex(viewRing->getDrawable(1)).x(),
+                0.8f * Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR, 1e-6f);
     const osg::Vec4 xyColour =
         shownColour(dragger->extraHandles()->planeHandle(Composite3DDragger::Z_AXIS));
     EXPECT_EQ(xyColour, osg::Vec4(0, 0, 1, Rk::ExtraHandlesDragger::PLANE_ALPHA));

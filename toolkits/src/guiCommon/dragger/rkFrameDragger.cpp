@@ -65,6 +65,9 @@ void FrameDragger::rebuildExtraHandles()
     }
     if (m_extraOptions.handleSet == 0)
         return;
+    // The view ring keeps its ratio to the axis rings however these were sized.
+    m_extraOptions.ringRadius = m_rotateDragger->ringRadius();
+    m_extraOptions.pickTubeRadius = m_rotateDragger->pickTubeRadius();
     m_extraHandles = new ExtraHandlesDragger(m_extraOptions);
     m_extraHandles->setupDefaultGeometry();
     m_extraHandles->setMatrix(osg::Matrixd::scale(scale(), scale(), scale()));
@@ -78,8 +81,6 @@ void FrameDragger::setCylinderGeometry(float radius, float height, float width)
 {
     m_rotateDragger->setGeometryProperties(width, radius);
     m_translateDragger->setGeometryProperties(width, radius, height);
-    m_extraOptions.ringRadius = radius;
-    m_extraOptions.pickTubeRadius = width;
 }
 
 void FrameDragger::showDraggers(bool show)

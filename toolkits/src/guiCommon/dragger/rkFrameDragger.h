@@ -65,7 +65,8 @@ public:
     /// the third child for an empty set), shown or hidden like the arrows;
     /// the arrows and rings stay as they are. During a drag it does nothing
     /// (the handle set waits for the next call). The new handles get the
-    /// current scale.
+    /// current scale, and the view ring the sizes stored in the rotate child
+    /// (`setCylinderGeometry`, or its own `setGeometryProperties`).
     void rebuildExtraHandles();
     /// Stores sizes in both children, for the next `setupDefaultGeometry`:
     /// `radius` is the ring radius and the arrow cone radius, `height` the

@@ -99,6 +99,10 @@ public:
     /// Stores the pick torus's tube radius and the ring radius (note the
     /// order); they take effect at the next `setupDefaultGeometry`.
     void setGeometryProperties(float pickTubeRadius, float ringRadius);
+    /// The sizes stored by `setGeometryProperties` (the defaults before it),
+    /// which the next `setupDefaultGeometry` builds.
+    float ringRadius() const { return m_ringRadius; }
+    float pickTubeRadius() const { return m_pickTubeRadius; }
     /// Adds one shared torus geode to every handle, turns the X and Y
     /// handles onto their axes and colours the handles. A second call adds a
     /// second geode; nothing is removed. The geode is the one every rotate
