@@ -340,6 +340,29 @@ TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
     expectFaded({false, false, false}, {false, false, false});
     harness.lookAt(osg::Vec3d(5, 0.3, 0.2), osg::Vec3d(), osg::Z_AXIS);
     EXPECT_TRUE(harness.press(onZRing));
+    harness.release(onZRing);
+
+    // Drawn over the scene by a camera relative to the view's: the view's
+    // camera still decides what fades, what the pointer is near and what
+    // lights up.
+    osg::ref_ptr<osg::Camera> over = new osg::Camera;
+    over->setReferenceFrame(osg::Transform::RELATIVE_RF);
+    over->setRenderOrder(osg::Camera::POST_RENDER);
+    harness.root()->replaceChild(dragger.get(), over.get());
+    over->addChild(dragger.get());
+    dragger->setViewAngleLimit(8.0);
+    dragger->setHoverHighlight(true);
+    harness.frame();
+    expectFaded({true, false, false}, {false, true, true});
+    harness.lookAt(kEye, osg::Vec3d(), osg::Z_AXIS);
+    harness.frame();
+    expectFaded({false, false, false}, {false, false, false});
+    const osg::Vec2d besideXArrow = besideArrow(0, 7);
+    harness.move(besideXArrow);
+    EXPECT_EQ(dragger->hoveredHandle(), arrow(0));
+    EXPECT_TRUE(harness.press(besideXArrow));
+    EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::X_AXIS);
+    harness.release(besideXArrow);
 }
 
 TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)

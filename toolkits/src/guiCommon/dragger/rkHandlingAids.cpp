@@ -86,7 +86,7 @@ osg::Camera* HandlingAids::cameraOf(osgViewer::View& view) const
     const osg::Camera* above = nullptr;
     for (const osg::Node* node = &m_owner; node && !above;
          node = node->getNumParents() ? node->getParent(0) : nullptr)
-        above = node->asCamera();
+        above = WindowProjection::ownCamera(*node);
     return pickCamera(above, view);
 }
 
@@ -203,7 +203,7 @@ bool HandlingAids::nearbyGrab(const osgGA::GUIEventAdapter& event, osgViewer::Vi
     // The path a hit on the handle would have: from the top of the scene
     // down to the handle, through every dragger that must see the press.
     grab.path.clear();
-    for (osg::Node* node = nearest.handle; node && !node->asCamera();
+    for (osg::Node* node = nearest.handle; node && !WindowProjection::ownCamera(*node);
          node = node->getNumParents() ? node->getParent(0) : nullptr)
         grab.path.push_back(node);
     std::reverse(grab.path.begin(), grab.path.end());

@@ -2,6 +2,7 @@
 
 #include "rkCameraState.h"
 #include "rkFinite.h"
+#include "rkWindowProjection.h"
 
 #include <osg/Camera>
 #include <osg/Vec4d>
@@ -93,12 +94,9 @@ void PointerView::setCamera(osgManipulator::PointerInfo& pointer, osg::Camera* c
 
 osg::Camera* PointerView::cameraAbove(const osg::NodePath& path, osgViewer::View& view)
 {
-    for (auto node = path.rbegin(); node != path.rend(); ++node) {
-        osg::Camera* camera = (*node)->asCamera();
-        if (camera && (camera->getReferenceFrame() != osg::Transform::RELATIVE_RF ||
-                       camera->getParents().empty()))
-            return camera;
-    }
+    for (auto node = path.rbegin(); node != path.rend(); ++node)
+        if (WindowProjection::ownCamera(**node))
+            return (*node)->asCamera();
     return view.getCamera();
 }
 

@@ -62,16 +62,25 @@ const WindowProjection& WindowProjection::of(const osg::Camera* camera,
     return projection;
 }
 
+const osg::Camera* WindowProjection::ownCamera(const osg::Node& node)
+{
+    const osg::Camera* camera = node.asCamera();
+    if (camera && camera->getReferenceFrame() == osg::Transform::RELATIVE_RF &&
+        camera->getNumParents() != 0)
+        return nullptr;
+    return camera;
+}
+
 osg::Matrixd WindowProjection::localToWorld(const osg::Node& node, const osg::Camera** cameraAbove)
 {
     const osg::Node* chain[kMaxDepth];
     int depth = 0;
     const osg::Node* at = &node;
-    for (; at && !at->asCamera(); at = at->getNumParents() ? at->getParent(0) : nullptr)
+    for (; at && !ownCamera(*at); at = at->getNumParents() ? at->getParent(0) : nullptr)
         if (depth < kMaxDepth)
             chain[depth++] = at;
     if (cameraAbove)
-        *cameraAbove = at ? at->asCamera() : nullptr;
+        *cameraAbove = at ? ownCamera(*at) : nullptr;
     osg::Matrixd matrix;
     // From the top down: each transform's own matrix goes in front.
     for (int level = depth - 1; level >= 0; --level)

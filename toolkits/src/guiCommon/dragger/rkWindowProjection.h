@@ -47,9 +47,17 @@ struct WindowProjection
     static const WindowProjection& of(const osg::Camera* camera,
                                       const osgGA::GUIEventAdapter& event);
 
+    /// `node` as a camera that maps what lies below it into the window with
+    /// matrices of its own, as the scene pick takes it: an absolute camera,
+    /// or one without parents. Null for any other node, and for a camera
+    /// relative to the one above it (one that draws a gizmo over the scene,
+    /// say), which the pick sees through: its view matrix is one more
+    /// transform.
+    static const osg::Camera* ownCamera(const osg::Node& node);
+
     /// The node's local-to-world (its own transform included), up to (not
-    /// including) the first camera, along the first parent of each node, with
-    /// each transform's own `computeLocalToWorldMatrix` (an auto-scaling
+    /// including) the first `ownCamera`, along the first parent of each node,
+    /// with each transform's own `computeLocalToWorldMatrix` (an auto-scaling
     /// transform gives the scale of its last cull, as the scene pick sees
     /// it). `cameraAbove`, when given, receives that camera (null when the
     /// walk reached a node without parents). Scenes deeper than 64 levels are
