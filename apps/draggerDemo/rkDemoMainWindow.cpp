@@ -35,6 +35,24 @@ const osg::Vec4 kSky(0.16f, 0.18f, 0.22f, 1.0f);
 const int kStatusTimeoutMs = 3000;
 // The rings' invisible pick tube, in their screen units: 3 pixels.
 const float kPickTubeRadius = 0.06f;
+// The gizmo is drawn after the scene, before the jog panel.
+const int kGizmoRenderOrder = RkJogPanel::RENDER_ORDER - 1;
+
+/// The gizmo drawn over the scene, as the gizmos of modelling tools are: a
+/// camera after the view's own, with the view's matrices (relative to it),
+/// that clears the depth buffer first. The arm then never hides a handle;
+/// the handles still hide each other. The pick takes the view's camera
+/// through it.
+osg::ref_ptr<osg::Camera> drawnOverTheScene(osg::Node* gizmo)
+{
+    osg::ref_ptr<osg::Camera> camera = new osg::Camera;
+    camera->setReferenceFrame(osg::Transform::RELATIVE_RF);
+    camera->setClearMask(GL_DEPTH_BUFFER_BIT);
+    camera->setRenderOrder(osg::Camera::POST_RENDER, kGizmoRenderOrder);
+    camera->setAllowEventFocus(false);
+    camera->addChild(gizmo);
+    return camera;
+}
 
 } // namespace
 
@@ -70,9 +88,12 @@ void RkDemoMainWindow::buildScene()
     // The base operation shows the frame itself too, not only its handles.
     m_frameDragger->Composite3DDragger::showDraggers(true);
 
+    // A handle drawn over the arm can be grabbed there: the arm stays out
+    // of the draggers' pick.
+    m_arm.node()->setNodeMask(~Rk::Composite3DDragger::DRAGGER_MASK);
     osg::ref_ptr<osg::Group> root = new osg::Group;
     root->addChild(m_arm.node());
-    root->addChild(m_frameDragger.get());
+    root->addChild(drawnOverTheScene(m_frameDragger.get()));
     root->addChild(m_jogPanel->overlay());
     osgViewer::Viewer* viewer = m_view->viewer();
     viewer->setSceneData(root.get());
@@ -93,7 +114,7 @@ void RkDemoMainWindow::buildTopView(osg::Node* arm)
     m_topView->setObjectName("topView");
     osg::ref_ptr<osg::Group> root = new osg::Group;
     root->addChild(arm);
-    root->addChild(m_frameDragger.get());
+    root->addChild(drawnOverTheScene(m_frameDragger.get()));
     osgViewer::Viewer* viewer = m_topView->viewer();
     viewer->setSceneData(root.get());
     viewer->getCamera()->setClearColor(kSky);

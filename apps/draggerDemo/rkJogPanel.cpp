@@ -58,7 +58,7 @@ RkJogPanel::RkJogPanel(RkDemoPlugin& plugin, const std::string& imageFile)
     m_overlay->setReferenceFrame(osg::Transform::ABSOLUTE_RF);
     m_overlay->setViewMatrix(osg::Matrixd::identity());
     m_overlay->setClearMask(GL_DEPTH_BUFFER_BIT);
-    m_overlay->setRenderOrder(osg::Camera::POST_RENDER);
+    m_overlay->setRenderOrder(osg::Camera::POST_RENDER, RENDER_ORDER);
     m_overlay->setAllowEventFocus(false);
     m_overlay->getOrCreateStateSet()->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
     m_overlay->getOrCreateStateSet()->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);

@@ -37,6 +37,8 @@ public:
     static constexpr double STEP = 0.005;
     /// Distance of the panel from the view's lower left corner, in pixels.
     static constexpr int MARGIN = 12;
+    /// Order of the overlay among the cameras drawn after the view's: last.
+    static constexpr int RENDER_ORDER = 1;
 
     RkJogPanel(RkDemoPlugin& plugin, const std::string& imageFile);
     ~RkJogPanel();

@@ -98,6 +98,24 @@ protected:
         QTest::keyClick(target, Qt::Key_Return);
         QTest::qWait(kSettleMs);
     }
+    osgManipulator::Dragger* zRing() const
+    {
+        return window->frameDragger()->rotateDragger()->zDragger();
+    }
+    /// The Z ring's placement through its screen-scaling chain, which holds
+    /// the scale of the view that drew last.
+    osg::Matrixd zRingToWorld() const
+    {
+        return osg::computeLocalToWorld(zRing()->getParentalNodePaths()[0]);
+    }
+    /// The window point of the Z ring's line at `degrees` round the tool.
+    QPoint onZRing(RkOsgViewWidget* view, const osg::Matrixd& ringToWorld, double degrees) const
+    {
+        const double radius = RkDemoMainWindow::GIZMO_RING_RADIUS * window->devicePixelRatioF();
+        const double radians = osg::DegreesToRadians(degrees);
+        const osg::Vec3d local(radius * std::cos(radians), radius * std::sin(radians), 0);
+        return view->project(local * ringToWorld).toPoint();
+    }
     QPoint plusZButton() const
     {
         return window->jogPanel()->buttonCentre(kPlusZButton, window->view()->height()).toPoint();
@@ -225,24 +243,18 @@ TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
     // ring turns with the pose), through the ring's real scaling chain: with
     // the top view hidden, that chain holds the main view's scale.
     window->topView()->hide();
-    osgManipulator::Dragger* ring = window->frameDragger()->rotateDragger()->zDragger();
+    RkOsgViewWidget* view = window->view();
     osg::Matrixd ringToWorld;
-    const double radius = RkDemoMainWindow::GIZMO_RING_RADIUS * window->devicePixelRatioF();
-    const auto onRing = [&](double degrees) {
-        const double radians = osg::DegreesToRadians(degrees);
-        const osg::Vec3d local(radius * std::cos(radians), radius * std::sin(radians), 0);
-        return window->view()->project(local * ringToWorld).toPoint();
-    };
+    const auto onRing = [&](double degrees) { return onZRing(view, ringToWorld, degrees); };
     const osg::Quat start = window->plugin().endEffectorPose().getRotate();
     const osg::Vec3d startPosition = hostPosition();
-    RkOsgViewWidget* view = window->view();
     // Taken again until the main view has drawn since the top view went.
     EXPECT_TRUE(QTest::qWaitFor(
         [&] {
-            ringToWorld = osg::computeLocalToWorld(ring->getParentalNodePaths()[0]);
+            ringToWorld = zRingToWorld();
             QTest::mouseMove(view, onRing(200));
             QTest::qWait(30);
-            return window->frameDragger()->hoveredHandle() == ring;
+            return window->frameDragger()->hoveredHandle() == zRing();
         },
         kHoverWaitMs));
     QTest::mousePress(view, Qt::LeftButton, {}, onRing(200));
@@ -260,6 +272,27 @@ TEST_F(DemoMainWindow, DraggingARingTurnsTheEndEffector)
     // Seen at a slant, the ring turns less than the pointer travels round it.
     EXPECT_GT(turned, osg::DegreesToRadians(10.0));
     EXPECT_NEAR((hostPosition() - startPosition).length(), 0.0, 1e-6);
+}
+
+TEST_F(DemoMainWindow, TheGizmoIsDrawnOverTheArmAndGrabbedThere)
+{
+    // Seen from above, the forearm runs over the Z ring's point towards the base.
+    window->view()->hide();
+    RkOsgViewWidget* view = window->topView();
+    QPoint underTheArm;
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            underTheArm = onZRing(view, zRingToWorld(), 180);
+            QTest::mouseMove(view, underTheArm);
+            QTest::qWait(30);
+            return window->frameDragger()->hoveredHandle() == zRing();
+        },
+        kHoverWaitMs));
+    QTest::qWait(kSettleMs);
+    const QRgb lit = view->grabFramebuffer().pixel(underTheArm * view->devicePixelRatioF());
+    EXPECT_GT(qRed(lit), 200);
+    EXPECT_GT(qGreen(lit), 200) << "the highlight's yellow, not the arm's orange";
+    EXPECT_LT(qBlue(lit), 80);
 }
 
 TEST_F(DemoMainWindow, HoldingPlusZJogsUpAndTheGizmoAndDialogFollow)
