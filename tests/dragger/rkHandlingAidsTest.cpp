@@ -367,6 +367,34 @@ TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)
 
 TEST_F(HandlingAidsTest, BadValuesAndOddViewsAreHarmless)
 {
+    // Kept out of the pick by a node mask without the pick's bit (the
+    // dragger's own, a handle's, a group's above them): neither the
+    // tolerance nor the highlight takes a handle the pick leaves alone.
+    dragger->setPickTolerance(kTolerance);
+    dragger->setHoverHighlight(true);
+    osg::ref_ptr<osg::Group> above = new osg::Group;
+    harness.root()->replaceChild(dragger.get(), above.get());
+    above->addChild(dragger.get());
+    const osg::Vec2d nearXArrow = besideArrow(0, 5);
+    const std::pair<const char*, osg::Node*> outOfThePick[] = {{"dragger", dragger.get()},
+                                                               {"arrow", arrow(0)},
+                                                               {"group above", above.get()},
+                                                               {"none", nullptr}};
+    for (const auto& [name, node] : outOfThePick) {
+        SCOPED_TRACE(name);
+        const osg::Node::NodeMask mask = node ? node->getNodeMask() : 0;
+        if (node)
+            node->setNodeMask(0x1);
+        harness.move(nearXArrow);
+        EXPECT_EQ(dragger->hoveredHandle(), node ? nullptr : arrow(0));
+        EXPECT_EQ(harness.press(nearXArrow), !node);
+        harness.release(nearXArrow);
+        if (node)
+            node->setNodeMask(mask);
+    }
+    harness.root()->replaceChild(above.get(), dragger.get());
+    dragger->setHoverHighlight(false);
+
     dragger->setPickTolerance(5.0);
     dragger->setViewAngleLimit(10.0);
     for (double bad : {kNaN, kInfinity, -kInfinity, -1.0}) {

@@ -251,8 +251,23 @@ void HandlePieces::addRun(Piece piece, const osg::Vec3* first, std::size_t count
 bool HandlePieces::shown(std::size_t handleIndex) const
 {
     const PickExclusion* exclusion = m_exclusions[handleIndex];
-    return m_handles[handleIndex]->getNodeMask() != 0 &&
-           !(exclusion && exclusion->excludedFromPicks());
+    if (exclusion && exclusion->excludedFromPicks())
+        return false;
+    return pickEnters(*m_handles[handleIndex], &m_owner, m_owner.getIntersectionMask());
+}
+
+bool HandlePieces::ownerPickable() const
+{
+    return pickEnters(m_owner, nullptr, m_owner.getIntersectionMask());
+}
+
+bool HandlePieces::pickEnters(const osg::Node& node, const osg::Node* until, unsigned int pickMask)
+{
+    for (const osg::Node* at = &node; at && at != until;
+         at = at->getNumParents() ? at->getParent(0) : nullptr)
+        if ((at->getNodeMask() & pickMask) == 0)
+            return false;
+    return true;
 }
 
 } // namespace Rk

@@ -88,11 +88,20 @@ public:
     const osg::Vec3& point(std::size_t index) const { return m_points[index]; }
     /// The facing transform that places the pieces with `facingFrame` `index`.
     const osg::Node& facingFrame(int index) const { return *m_facingFrames[std::size_t(index)]; }
-    /// Whether the handle may be grabbed: node mask not 0 and not excluded
-    /// from picks.
+    /// Whether the owner's pick enters the owner: every node mask from the
+    /// owner up to the top of the scene (along first parents) shares a bit
+    /// with the owner's intersection mask.
+    bool ownerPickable() const;
+    /// Whether the handle may be grabbed in a pickable owner: not excluded
+    /// from picks, and every node mask from the handle up to the owner shares
+    /// a bit with the owner's intersection mask. A hidden handle (node mask
+    /// 0) is not shown.
     bool shown(std::size_t handleIndex) const;
 
 private:
+    /// Whether every node mask from `node` up to `until` (excluded) or the
+    /// top of the scene shares a bit with `pickMask`.
+    static bool pickEnters(const osg::Node& node, const osg::Node* until, unsigned int pickMask);
     unsigned int childSignature() const;
     void collect();
     void collectHandles(osgManipulator::CompositeDragger& composite);

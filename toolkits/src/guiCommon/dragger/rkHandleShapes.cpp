@@ -68,7 +68,7 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const WindowProjection& projec
 {
     Nearest best;
     best.pixels = std::numeric_limits<double>::infinity();
-    if (!projection.valid || !(pixels > 0.0))
+    if (!projection.valid || !(pixels > 0.0) || !m_pieces.ownerPickable())
         return best;
     m_pieces.refresh();
     if (m_imagesGeneration != m_pieces.generation()) {

@@ -57,9 +57,10 @@ public:
     /// before rings in a frame dragger.
     const std::vector<osgManipulator::Dragger*>& handles() const { return m_pieces.handles(); }
 
-    /// The nearest shown handle (node mask not 0, not excluded from picks)
-    /// whose image lies within `pixels` of the pointer; `handle` is null when
-    /// there is none. `pixels` must be finite and positive.
+    /// The nearest shown handle (one that the owner's pick would enter, not
+    /// excluded from picks; see `HandlePieces::shown`) whose image lies
+    /// within `pixels` of the pointer; `handle` is null when there is none.
+    /// `pixels` must be finite and positive.
     Nearest nearestWithin(const WindowProjection& projection, double pixels);
     /// Whether the pointer is within `pixels` of the bounding sphere's image
     /// of the owner, whose parents' local-to-world is `toWorld`: a cheap test
