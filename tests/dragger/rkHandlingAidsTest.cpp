@@ -281,6 +281,26 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         set(*dragger, true);
     }
 
+    // With an activation modifier or key, a press takes a handle only while
+    // it is held: so does the highlight, from the next pointer move on.
+    using Event = osgGA::GUIEventAdapter;
+    const std::pair<const char*, std::function<void(bool)>> activations[] = {
+        {"modifier", [&](bool held) { harness.holdModifiers(held ? Event::MODKEY_LEFT_CTRL : 0); }},
+        {"key", [&](bool held) { held ? harness.keyDown('a') : harness.keyUp('a'); }},
+    };
+    dragger->setActivationModKeyMask(Event::MODKEY_CTRL);
+    dragger->setActivationKeyEvent('a');
+    for (const auto& [name, hold] : activations) {
+        SCOPED_TRACE(name);
+        for (bool held : {false, true, false}) {
+            hold(held);
+            harness.move(onXArrow + osg::Vec2d(held, 0));
+            EXPECT_EQ(dragger->hoveredHandle(), held ? arrow(0) : nullptr);
+        }
+    }
+    dragger->setActivationModKeyMask(0);
+    dragger->setActivationKeyEvent(0);
+
     // The gizmo, a transform above it or the camera moving under a resting
     // pointer is seen at the next pointer move, from the first one on.
     const osg::Matrixd away = osg::Matrixd::translate(4.0, 2.0, 0.0);

@@ -269,8 +269,7 @@ bool Composite3DDragger::activationPermitted(const osgGA::GUIEventAdapter& event
 {
     if (_activationModKeyMask == 0 && _activationKeyEvent == 0)
         return true;
-    _activationPermittedByModKeyMask =
-        _activationModKeyMask != 0 && (event.getModKeyMask() & _activationModKeyMask) != 0;
+    _activationPermittedByModKeyMask = modifiersActivate(event);
     if (_activationKeyEvent != 0 && event.getKey() == _activationKeyEvent) {
         if (event.getEventType() == osgGA::GUIEventAdapter::KEYDOWN)
             _activationPermittedByKeyEvent = true;
@@ -278,6 +277,17 @@ bool Composite3DDragger::activationPermitted(const osgGA::GUIEventAdapter& event
             _activationPermittedByKeyEvent = false;
     }
     return _activationPermittedByModKeyMask || _activationPermittedByKeyEvent;
+}
+
+bool Composite3DDragger::activationPermittedFor(const osgGA::GUIEventAdapter& event) const
+{
+    return (_activationModKeyMask == 0 && _activationKeyEvent == 0) || modifiersActivate(event) ||
+           _activationPermittedByKeyEvent;
+}
+
+bool Composite3DDragger::modifiersActivate(const osgGA::GUIEventAdapter& event) const
+{
+    return _activationModKeyMask != 0 && (event.getModKeyMask() & _activationModKeyMask) != 0;
 }
 
 bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,

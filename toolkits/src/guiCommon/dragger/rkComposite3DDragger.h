@@ -99,6 +99,10 @@ public:
     virtual void setDraggingEnabled(bool enabled);
     /// Whether the dragger handles events at all (true for a new dragger).
     virtual bool draggingEnabled() const;
+    /// Whether the activation modifier mask and key let a press with the
+    /// modifiers of `event` start a drag now: always when neither is set;
+    /// the key counts as held from its last handled `KEYDOWN` to its `KEYUP`.
+    bool activationPermittedFor(const osgGA::GUIEventAdapter& event) const;
     /// Stores the frame shown while aligned; takes effect at the next
     /// `setIsAlignedWithReferenceFrame(true)` and at the next frame event.
     virtual void setReferenceFrame(const osg::Quat& frame);
@@ -264,6 +268,7 @@ private:
 
     void initialise(Rk::DraggerReceiver* receiver);
     bool activationPermitted(const osgGA::GUIEventAdapter& event);
+    bool modifiersActivate(const osgGA::GUIEventAdapter& event) const;
     bool pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
               osgGA::GUIActionAdapter& action);
     bool grabNearby(const osgGA::GUIEventAdapter& event, osgViewer::View& view,

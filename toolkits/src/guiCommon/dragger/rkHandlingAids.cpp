@@ -115,8 +115,7 @@ void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgView
         // fading of the view it comes from, whichever view drew last.
         fadeFor(*view);
         if (m_hoverHighlight)
-            showHover(m_owner.draggingEnabled() && !event.getHandled() ? pressTarget(event, *view)
-                                                                       : nullptr);
+            showHover(pressMayStart(event) ? pressTarget(event, *view) : nullptr);
         break;
     case osgGA::GUIEventAdapter::PUSH:
         fadeFor(*view);
@@ -126,6 +125,12 @@ void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgView
     default:
         break;
     }
+}
+
+bool HandlingAids::pressMayStart(const osgGA::GUIEventAdapter& event) const
+{
+    return m_owner.draggingEnabled() && !event.getHandled() &&
+           m_owner.activationPermittedFor(event);
 }
 
 void HandlingAids::fadeFor(osgViewer::View& view)

@@ -74,6 +74,9 @@ public:
 private:
     void beforeEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View* view);
     void afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
+    /// Whether a press with the modifiers of `event` could start a drag of
+    /// the owner: enabled, the event not taken yet, activation permitted.
+    bool pressMayStart(const osgGA::GUIEventAdapter& event) const;
     void fadeFor(osgViewer::View& view);
     HandleShapes::Nearest nearbyHandle(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
                                        const WindowProjection& projection);
