@@ -12,6 +12,12 @@ namespace {
 
 using namespace RkJogPanelLayout;
 
+// The overlay's near and far planes, about the panel at depth 0. A pick
+// orders its hits by where they lie between their own camera's near and far
+// planes; with the panel a millionth of the way from near to far, a press on
+// the panel meets the panel first, before any gizmo drawn behind it.
+const double kOverlayNear = -1.0;
+const double kOverlayFar = 1.0e6;
 // Display grid D: one cell per picture column, so that every cell of a
 // button's rows is claimed by one of its pixels.
 const double kCells = IMAGE_WIDTH;
@@ -118,7 +124,8 @@ void RkJogPanel::resize(int width, int height, double pixelRatio)
     // overlay's units are logical pixels, so that the panel keeps its size
     // on a high-density screen.
     m_overlay->setViewport(0, 0, width, height);
-    m_overlay->setProjectionMatrixAsOrtho2D(0.0, width / pixelRatio, 0.0, height / pixelRatio);
+    m_overlay->setProjectionMatrixAsOrtho(0.0, width / pixelRatio, 0.0, height / pixelRatio,
+                                          kOverlayNear, kOverlayFar);
 }
 
 QPointF RkJogPanel::buttonCentre(int index, int viewHeight) const

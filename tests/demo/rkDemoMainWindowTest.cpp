@@ -120,6 +120,21 @@ protected:
     {
         return window->jogPanel()->buttonCentre(kPlusZButton, window->view()->height()).toPoint();
     }
+    /// Moves the tool, at its depth in the main view, to where the main view
+    /// shows the window point `at`.
+    void moveToolUnder(const QPoint& at)
+    {
+        const osg::Camera* camera = window->view()->viewer()->getCamera();
+        const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
+                                      camera->getViewport()->computeWindowMatrix();
+        const double ratio = window->view()->devicePixelRatioF();
+        const osg::Vec3d window3(at.x() * ratio, (window->view()->height() - at.y()) * ratio,
+                                 (hostPosition() * toWindow).z());
+        osg::Matrixd pose = window->plugin().endEffectorPose();
+        pose.setTrans(window3 * osg::Matrixd::inverse(toWindow));
+        window->plugin().setEndEffectorPose(pose);
+        QTest::qWait(kSettleMs);
+    }
 
     std::unique_ptr<RkDemoMainWindow> window;
 };
@@ -295,11 +310,17 @@ TEST_F(DemoMainWindow, TheGizmoIsDrawnOverTheArmAndGrabbedThere)
     EXPECT_LT(qBlue(lit), 80);
 }
 
-TEST_F(DemoMainWindow, HoldingPlusZJogsUpAndTheGizmoAndDialogFollow)
+TEST_F(DemoMainWindow, HoldingPlusZOverTheGizmoJogsUpAndTheGizmoAndDialogFollow)
 {
-    const osg::Vec3d start = hostPosition();
+    // The gizmo's centre right behind the button: the panel, drawn over
+    // it, takes the pointer.
     RkOsgViewWidget* view = window->view();
     const QPoint button = plusZButton();
+    moveToolUnder(button);
+    QTest::mouseMove(view, button);
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(window->frameDragger()->hoveredHandle(), nullptr);
+    const osg::Vec3d start = hostPosition();
     auto stepsTaken = [&] { return (hostPosition().z() - start.z()) / RkJogPanel::STEP; };
     QElapsedTimer held;
     held.start();
@@ -314,6 +335,7 @@ TEST_F(DemoMainWindow, HoldingPlusZJogsUpAndTheGizmoAndDialogFollow)
     // One step per timer repeat at the most, none before the first repeat.
     EXPECT_LE(stepsTaken(), heldIntervals + 1.5);
     EXPECT_NEAR(hostPosition().x(), start.x(), 1e-9);
+    EXPECT_NEAR(hostPosition().y(), start.y(), 1e-9);
     EXPECT_NEAR(window->frameDragger()->getMatrix().getTrans().z(), hostPosition().z(), 1e-4);
     EXPECT_NEAR(box("spinBoxZ")->value(), hostPosition().z(), 0.0005);
 
