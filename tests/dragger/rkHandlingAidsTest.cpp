@@ -301,6 +301,16 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     dragger->setActivationModKeyMask(0);
     dragger->setActivationKeyEvent(0);
 
+    // Optional handles rebuilt under the pointer: the hovered one goes, and
+    // so does its highlight, with a signal.
+    showExtraHandles(true);
+    harness.move(harness.project(centre()));
+    ASSERT_EQ(dragger->hoveredHandle(), dragger->extraHandles()->screenHandle());
+    hoverChanges.clear();
+    showExtraHandles(false);
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    EXPECT_EQ(hoverChanges.count(), 1);
+
     // The gizmo, a transform above it or the camera moving under a resting
     // pointer is seen at the next pointer move, from the first one on.
     const osg::Matrixd away = osg::Matrixd::translate(4.0, 2.0, 0.0);

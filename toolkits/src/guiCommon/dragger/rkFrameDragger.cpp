@@ -58,6 +58,8 @@ void FrameDragger::rebuildExtraHandles()
     // The old handles live until the new ones exist, so that nothing that
     // remembers a handle can take a new one for the old.
     const osg::ref_ptr<ExtraHandlesDragger> previous = m_extraHandles;
+    if (m_extraHandles && m_extraHandles->containsNode(hoveredHandle()))
+        clearHoverHighlight();
     if (m_extraHandles) {
         removeDragger(m_extraHandles.get());
         removeChild(m_extraHandles.get());

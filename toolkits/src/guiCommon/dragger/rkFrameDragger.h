@@ -66,7 +66,8 @@ public:
     /// the arrows and rings stay as they are. During a drag it does nothing
     /// (the handle set waits for the next call). The new handles get the
     /// current scale, and the view ring the sizes stored in the rotate child
-    /// (`setCylinderGeometry`, or its own `setGeometryProperties`).
+    /// (`setCylinderGeometry`, or its own `setGeometryProperties`). A hover
+    /// highlight on a removed handle goes with it (`signalHoverChanged`).
     void rebuildExtraHandles();
     /// Stores sizes in both children, for the next `setupDefaultGeometry`:
     /// `radius` is the ring radius and the arrow cone radius, `height` the
