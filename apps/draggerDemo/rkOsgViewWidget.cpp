@@ -27,15 +27,17 @@ public:
     }
 };
 
-int osgButton(Qt::MouseButton button)
+// The button as osgGA's event queue numbers them: 1 left, 2 middle, 3
+// right (not the bits of its button mask, where right is 4); 0 for others.
+unsigned int osgButton(Qt::MouseButton button)
 {
     switch (button) {
     case Qt::LeftButton:
-        return osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON;
+        return 1;
     case Qt::MiddleButton:
-        return osgGA::GUIEventAdapter::MIDDLE_MOUSE_BUTTON;
+        return 2;
     case Qt::RightButton:
-        return osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON;
+        return 3;
     default:
         return 0;
     }

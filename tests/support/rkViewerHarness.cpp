@@ -39,9 +39,29 @@ bool ViewerHarness::traverse(osgGA::GUIEventAdapter* event)
     return event->getHandled();
 }
 
+namespace {
+
+// osgGA's event queue numbers buttons 1 (left), 2 (middle), 3 (right).
+unsigned int queueButton(int buttonMask)
+{
+    switch (buttonMask) {
+    case osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON:
+        return 1;
+    case osgGA::GUIEventAdapter::MIDDLE_MOUSE_BUTTON:
+        return 2;
+    case osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON:
+        return 3;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
 bool ViewerHarness::press(const osg::Vec2d& at, int button)
 {
-    return traverse(m_window->getEventQueue()->mouseButtonPress(at.x(), at.y(), button));
+    return traverse(
+        m_window->getEventQueue()->mouseButtonPress(at.x(), at.y(), queueButton(button)));
 }
 
 bool ViewerHarness::drag(const osg::Vec2d& at)
@@ -51,7 +71,8 @@ bool ViewerHarness::drag(const osg::Vec2d& at)
 
 bool ViewerHarness::release(const osg::Vec2d& at, int button)
 {
-    return traverse(m_window->getEventQueue()->mouseButtonRelease(at.x(), at.y(), button));
+    return traverse(
+        m_window->getEventQueue()->mouseButtonRelease(at.x(), at.y(), queueButton(button)));
 }
 
 bool ViewerHarness::move(const osg::Vec2d& at)

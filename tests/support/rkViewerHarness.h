@@ -33,6 +33,7 @@ public:
     /// The window point (y down) where the world point `world` is seen.
     osg::Vec2d project(const osg::Vec3d& world) const;
 
+    /// `button` is a bit of osgGA's button mask (`LEFT_MOUSE_BUTTON` ...).
     bool press(const osg::Vec2d& at, int button = osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
     bool drag(const osg::Vec2d& at);
     bool release(const osg::Vec2d& at, int button = osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
