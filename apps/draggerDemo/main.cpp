@@ -28,10 +28,11 @@ const char* const kUsage =
     "                     the whole window to FILE and exit\n"
     "\n"
     "In either view (the perspective view or the top view beside it): drag an\n"
-    "arrow to move the tool along an axis, a ring to turn it; orbit with the\n"
-    "left button on empty space, zoom with the wheel. Hold a jog button (lower\n"
-    "left) to step the tool; type a pose in the dock; Home returns the tool to\n"
-    "its start.\n";
+    "arrow with the left button to move the tool along an axis, a ring to turn\n"
+    "it; orbit with the left button on empty space, zoom with the wheel or the\n"
+    "right button, pan with the middle button. Hold a jog button (lower left)\n"
+    "to step the tool; type a pose in the dock; Home returns the tool to its\n"
+    "start.\n";
 
 struct Options
 {

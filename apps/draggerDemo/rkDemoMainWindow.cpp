@@ -146,6 +146,9 @@ void RkDemoMainWindow::setUpGizmoHandling()
     m_frameDragger->setPickTolerance(GIZMO_PICK_TOLERANCE * pixelRatio);
     m_frameDragger->setHoverHighlight(true);
     m_frameDragger->setViewAngleLimit(GIZMO_VIEW_ANGLE_LIMIT);
+    // The left button grabs; the right and middle buttons zoom and pan the
+    // camera also over the gizmo.
+    m_frameDragger->setActivationMouseButtonMask(osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
 }
 
 void RkDemoMainWindow::buildDialogDock()

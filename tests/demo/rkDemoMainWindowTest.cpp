@@ -198,18 +198,34 @@ TEST_F(DemoMainWindow, TheXArrowLightsUpUntilThePointerLeavesAndDraggingItInEith
     }
 }
 
-TEST_F(DemoMainWindow, SnapMovesInTenMillimetreStepsWithAClosedHandAndEscOrARightClickCancels)
+TEST_F(DemoMainWindow,
+       ARightDragZoomsAndSnapMovesInTenMillimetreStepsWithAClosedHandEscOrARightClickCancels)
 {
+    // Only the left button grabs: a right drag on an arrow zooms the camera.
+    RkOsgViewWidget* view = window->view();
+    const osg::Vec3d start = hostPosition();
+    const osg::Matrixd camera = view->viewer()->getCamera()->getViewMatrix();
+    const QPoint onArrow = view->project(onXArrow(start)).toPoint();
+    QTest::mousePress(view, Qt::RightButton, {}, onArrow);
+    for (int step = 1; step <= 4; ++step) {
+        QTest::mouseMove(view, onArrow + QPoint(0, 10 * step));
+        QTest::qWait(30);
+    }
+    QTest::mouseRelease(view, Qt::RightButton, {}, onArrow + QPoint(0, 40));
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(hostPosition(), start);
+    EXPECT_NE(view->viewer()->getCamera()->getViewMatrix(), camera);
+    view->viewer()->home();
+    QTest::qWait(kSettleMs);
+
     auto* snap = window->findChild<QAction*>("snapAction");
     ASSERT_NE(snap, nullptr);
     snap->trigger();
-    RkOsgViewWidget* view = window->view();
     // Held at the end, not yet released.
     auto dragAlongX = [&](const osg::Vec3d& grab, double distance) {
         dragThrough(view, steps(grab, osg::Vec3d(distance, 0, 0)), false);
     };
 
-    const osg::Vec3d start = hostPosition();
     const osg::Vec3d grab = onXArrow(start);
     dragAlongX(grab, 0.037);
     EXPECT_EQ(window->statusBar()->currentMessage(), QString("X +40.0 mm"));

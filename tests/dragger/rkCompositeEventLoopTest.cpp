@@ -150,9 +150,22 @@ TEST_F(CompositeEventLoop, ActivationKeyAndDisablingGateNewDragsButNotOneUnderWa
     EXPECT_TRUE(view.drag(at + osg::Vec2d(0, -10)));
     EXPECT_TRUE(view.release(at + osg::Vec2d(0, -10)));
     EXPECT_FALSE(view.press(at));
+    dragger->setActivationKeyEvent(0);
+
+    // An activation button mask leaves other buttons' presses to the camera.
+    using Event = osgGA::GUIEventAdapter;
+    dragger->setActivationMouseButtonMask(Event::LEFT_MOUSE_BUTTON);
+    for (int button : {Event::RIGHT_MOUSE_BUTTON, Event::MIDDLE_MOUSE_BUTTON}) {
+        EXPECT_FALSE(view.press(at, button));
+        EXPECT_FALSE(view.release(at, button));
+    }
+    EXPECT_TRUE(view.press(at));
+    EXPECT_TRUE(view.release(at));
+    dragger->setActivationMouseButtonMask(0);
+    EXPECT_TRUE(view.press(at, Event::RIGHT_MOUSE_BUTTON));
+    EXPECT_TRUE(view.release(at, Event::RIGHT_MOUSE_BUTTON));
 
     // Disabling during a drag keeps it active until a release after re-enabling.
-    dragger->setActivationKeyEvent(0);
     EXPECT_TRUE(view.press(at));
     dragger->setDraggingEnabled(false);
     EXPECT_FALSE(view.release(at));

@@ -235,6 +235,11 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
         return false;
     if (!activationPermitted(event) && !getDraggerActive())
         return false;
+    // A press of a button outside the host's activation button mask (none
+    // set: every button) is left to the camera and the other handlers.
+    if (event.getEventType() == osgGA::GUIEventAdapter::PUSH && !getDraggerActive() &&
+        !buttonActivates(event))
+        return false;
 
     bool result = false;
     switch (event.getEventType()) {
@@ -283,6 +288,12 @@ bool Composite3DDragger::activationPermittedFor(const osgGA::GUIEventAdapter& ev
 {
     return (_activationModKeyMask == 0 && _activationKeyEvent == 0) || modifiersActivate(event) ||
            _activationPermittedByKeyEvent;
+}
+
+bool Composite3DDragger::buttonActivates(const osgGA::GUIEventAdapter& event) const
+{
+    return _activationMouseButtonMask == 0 ||
+           (static_cast<unsigned int>(event.getButton()) & _activationMouseButtonMask) != 0;
 }
 
 bool Composite3DDragger::modifiersActivate(const osgGA::GUIEventAdapter& event) const

@@ -74,6 +74,10 @@ public:
     /// ignores a receiver pose with a NaN or infinite element: the dragger
     /// keeps its last good pose and emits nothing. A dragger whose own matrix
     /// is not finite is moved to the receiver's pose at the next frame event.
+    /// Any mouse button grabs, unless the host set an activation mouse button
+    /// mask (`setActivationMouseButtonMask`, 0 by default): then a press of
+    /// another button is not taken (false) and goes on to the camera, while
+    /// a drag already under way takes every event to its release.
     bool handle(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action) override;
     /// Gives every direct component the matrix scale(s, s, s), replacing it,
     /// and emits `signalScaleChanged()` (always, also with no components).
@@ -102,6 +106,7 @@ public:
     /// Whether the activation modifier mask and key let a press with the
     /// modifiers of `event` start a drag now: always when neither is set;
     /// the key counts as held from its last handled `KEYDOWN` to its `KEYUP`.
+    /// The activation mouse button mask plays no part here (see `handle`).
     bool activationPermittedFor(const osgGA::GUIEventAdapter& event) const;
     /// Stores the frame shown while aligned; takes effect at the next
     /// `setIsAlignedWithReferenceFrame(true)` and at the next frame event.
@@ -268,6 +273,7 @@ private:
 
     void initialise(Rk::DraggerReceiver* receiver);
     bool activationPermitted(const osgGA::GUIEventAdapter& event);
+    bool buttonActivates(const osgGA::GUIEventAdapter& event) const;
     bool modifiersActivate(const osgGA::GUIEventAdapter& event) const;
     bool pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
               osgGA::GUIActionAdapter& action);
