@@ -8,7 +8,8 @@
 // rebuilt, hidden and disabled between events, and a second viewer shows the
 // same scene from elsewhere and gets pointer events of its own: all draggers
 // share one scene pick per event and view.
-// It also sets the pick tolerance, hover highlight and view angle limit.
+// It also sets the pick tolerance, hover highlight, view angle limit and the
+// activation mouse button mask.
 //
 // Checked for every input, besides what the sanitizers catch (crashes,
 // undefined behaviour, leaks):
@@ -225,18 +226,22 @@ public:
     }
 
 private:
-    /// Pick tolerance, hover highlight and view angle limit, bad values included.
+    /// Pick tolerance, hover highlight, view angle limit (bad values
+    /// included) and the buttons that may grab.
     void handlingAids(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 2)) {
+        switch (data.ConsumeIntegralInRange(0, 3)) {
         case 0:
             m_dragger->setPickTolerance(specialOrPlain(data, -2.0, 40.0));
             break;
         case 1:
             m_dragger->setHoverHighlight(data.ConsumeBool());
             break;
-        default:
+        case 2:
             m_dragger->setViewAngleLimit(specialOrPlain(data, -10.0, 120.0));
+            break;
+        default:
+            m_dragger->setActivationMouseButtonMask(data.ConsumeIntegralInRange(0u, 7u));
             break;
         }
     }
