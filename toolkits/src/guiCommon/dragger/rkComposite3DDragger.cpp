@@ -284,12 +284,6 @@ bool Composite3DDragger::activationPermitted(const osgGA::GUIEventAdapter& event
     return _activationPermittedByModKeyMask || _activationPermittedByKeyEvent;
 }
 
-bool Composite3DDragger::activationPermittedFor(const osgGA::GUIEventAdapter& event) const
-{
-    return (_activationModKeyMask == 0 && _activationKeyEvent == 0) || modifiersActivate(event) ||
-           _activationPermittedByKeyEvent;
-}
-
 bool Composite3DDragger::buttonActivates(const osgGA::GUIEventAdapter& event) const
 {
     return _activationMouseButtonMask == 0 ||

@@ -107,7 +107,12 @@ public:
     /// modifiers of `event` start a drag now: always when neither is set;
     /// the key counts as held from its last handled `KEYDOWN` to its `KEYUP`.
     /// The activation mouse button mask plays no part here (see `handle`).
-    bool activationPermittedFor(const osgGA::GUIEventAdapter& event) const;
+    bool activationPermittedFor(const osgGA::GUIEventAdapter& event) const
+    {
+        // Asked by every dragger at every pointer move; most set no activation.
+        return (_activationModKeyMask == 0 && _activationKeyEvent == 0) ||
+               modifiersActivate(event) || _activationPermittedByKeyEvent;
+    }
     /// Stores the frame shown while aligned; takes effect at the next
     /// `setIsAlignedWithReferenceFrame(true)` and at the next frame event.
     virtual void setReferenceFrame(const osg::Quat& frame);

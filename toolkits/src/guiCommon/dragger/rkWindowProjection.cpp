@@ -16,6 +16,13 @@ namespace {
 // this many levels up: enough for any real scene, and no allocation.
 const int kMaxDepth = 64;
 
+// A camera with matrices of its own for what lies below it, as the scene
+// pick takes it: not relative to a camera above it.
+bool mapsOnItsOwn(const osg::Camera& camera)
+{
+    return camera.getReferenceFrame() != osg::Transform::RELATIVE_RF || camera.getNumParents() == 0;
+}
+
 // The last projection made on this thread, with the camera state it was made
 // from: every dragger asks at every pointer move, all of them through the
 // same camera, so the window transform is made again only when the view or
@@ -65,22 +72,24 @@ const WindowProjection& WindowProjection::of(const osg::Camera* camera,
 const osg::Camera* WindowProjection::ownCamera(const osg::Node& node)
 {
     const osg::Camera* camera = node.asCamera();
-    if (camera && camera->getReferenceFrame() == osg::Transform::RELATIVE_RF &&
-        camera->getNumParents() != 0)
-        return nullptr;
-    return camera;
+    return camera && mapsOnItsOwn(*camera) ? camera : nullptr;
 }
 
 osg::Matrixd WindowProjection::localToWorld(const osg::Node& node, const osg::Camera** cameraAbove)
 {
     const osg::Node* chain[kMaxDepth];
     int depth = 0;
-    const osg::Node* at = &node;
-    for (; at && !ownCamera(*at); at = at->getNumParents() ? at->getParent(0) : nullptr)
+    const osg::Camera* camera = nullptr;
+    for (const osg::Node* at = &node; at; at = at->getNumParents() ? at->getParent(0) : nullptr) {
+        camera = at->asCamera();
+        if (camera && mapsOnItsOwn(*camera))
+            break;
+        camera = nullptr;
         if (depth < kMaxDepth)
             chain[depth++] = at;
+    }
     if (cameraAbove)
-        *cameraAbove = at ? ownCamera(*at) : nullptr;
+        *cameraAbove = camera;
     osg::Matrixd matrix;
     // From the top down: each transform's own matrix goes in front.
     for (int level = depth - 1; level >= 0; --level)
