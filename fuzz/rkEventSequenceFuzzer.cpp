@@ -6,8 +6,9 @@
 // included), Ctrl and Shift held or pressed at any time, cancels by key and slot.
 // Two more frame draggers overlap it and are removed, re-added, destroyed,
 // rebuilt, hidden and disabled between events, and a second viewer shows the
-// same scene from elsewhere and gets pointer events of its own: all draggers
-// share one scene pick per event and view.
+// same scene from elsewhere, through a camera relative to its own, and gets
+// pointer events of its own: all draggers share one scene pick per event and
+// view.
 // It also sets the pick tolerance, hover highlight, view angle limit and the
 // activation mouse button mask.
 //
@@ -32,6 +33,7 @@
 #include <QDoubleSpinBox>
 #include <QGroupBox>
 #include <fuzzer/FuzzedDataProvider.h>
+#include <osg/Camera>
 #include <osg/Notify>
 
 #include <cmath>
@@ -131,7 +133,13 @@ class Scenario
 public:
     Scenario() : m_view(osg::Vec3d(2.5, -5.0, 3.0)), m_secondView(osg::Vec3d(-4.0, -3.0, 2.0))
     {
-        m_secondView.root()->addChild(m_view.root());
+        // The second view sees the scene through a camera relative to its
+        // own, as a host that draws its gizmos over the scene does.
+        osg::ref_ptr<osg::Camera> over = new osg::Camera;
+        over->setReferenceFrame(osg::Transform::RELATIVE_RF);
+        over->setRenderOrder(osg::Camera::POST_RENDER);
+        over->addChild(m_view.root());
+        m_secondView.root()->addChild(over.get());
         for (int index = 0; index < NEIGHBOURS; ++index)
             rebuildNeighbour(index);
         m_dragger = new Rk::FrameDragger(m_host.makeReceiver().get(), true);
