@@ -233,12 +233,9 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
     m_handlingAids.beforeEvent(event, view);
     if (!m_draggingEnabled || event.getHandled() || !view)
         return false;
-    if (!activationPermitted(event) && !getDraggerActive())
-        return false;
-    // A press of a button outside the host's activation button mask (none
-    // set: every button) is left to the camera and the other handlers.
-    if (event.getEventType() == osgGA::GUIEventAdapter::PUSH && !getDraggerActive() &&
-        !buttonActivates(event))
+    // A press of a button outside the host's activation button mask is left
+    // to the camera; the mask, modifier and key gate new drags only.
+    if (!(activationPermitted(event) && buttonActivates(event)) && !getDraggerActive())
         return false;
 
     bool result = false;
@@ -282,17 +279,6 @@ bool Composite3DDragger::activationPermitted(const osgGA::GUIEventAdapter& event
             _activationPermittedByKeyEvent = false;
     }
     return _activationPermittedByModKeyMask || _activationPermittedByKeyEvent;
-}
-
-bool Composite3DDragger::buttonActivates(const osgGA::GUIEventAdapter& event) const
-{
-    return _activationMouseButtonMask == 0 ||
-           (static_cast<unsigned int>(event.getButton()) & _activationMouseButtonMask) != 0;
-}
-
-bool Composite3DDragger::modifiersActivate(const osgGA::GUIEventAdapter& event) const
-{
-    return _activationModKeyMask != 0 && (event.getModKeyMask() & _activationModKeyMask) != 0;
 }
 
 bool Composite3DDragger::pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,

@@ -13,6 +13,7 @@
 #include <QObject>
 #include <osg/Quat>
 #include <osg/ref_ptr>
+#include <osgGA/GUIEventAdapter>
 #include <osgManipulator/Dragger>
 
 namespace osgViewer {
@@ -278,8 +279,18 @@ private:
 
     void initialise(Rk::DraggerReceiver* receiver);
     bool activationPermitted(const osgGA::GUIEventAdapter& event);
-    bool buttonActivates(const osgGA::GUIEventAdapter& event) const;
-    bool modifiersActivate(const osgGA::GUIEventAdapter& event) const;
+    /// False only for a press of a button outside a non-zero activation
+    /// mouse button mask.
+    bool buttonActivates(const osgGA::GUIEventAdapter& event) const
+    {
+        return event.getEventType() != osgGA::GUIEventAdapter::PUSH ||
+               _activationMouseButtonMask == 0 ||
+               (static_cast<unsigned int>(event.getButton()) & _activationMouseButtonMask) != 0;
+    }
+    bool modifiersActivate(const osgGA::GUIEventAdapter& event) const
+    {
+        return _activationModKeyMask != 0 && (event.getModKeyMask() & _activationModKeyMask) != 0;
+    }
     bool pick(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
               osgGA::GUIActionAdapter& action);
     bool grabNearby(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
