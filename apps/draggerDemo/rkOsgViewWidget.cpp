@@ -93,11 +93,23 @@ RkOsgViewWidget::~RkOsgViewWidget()
 
 QPointF RkOsgViewWidget::project(const osg::Vec3d& world) const
 {
-    const osg::Camera* camera = m_viewer->getCamera();
-    const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
-                                  camera->getViewport()->computeWindowMatrix();
-    const osg::Vec3d window = world * toWindow;
+    const osg::Vec3d window = world * worldToWindow();
     return QPointF(window.x() / pixelRatio(), height() - window.y() / pixelRatio());
+}
+
+osg::Vec3d RkOsgViewWidget::unproject(const QPointF& at, const osg::Vec3d& depthOf) const
+{
+    const osg::Matrixd toWindow = worldToWindow();
+    const osg::Vec3d window(at.x() * pixelRatio(), (height() - at.y()) * pixelRatio(),
+                            (depthOf * toWindow).z());
+    return window * osg::Matrixd::inverse(toWindow);
+}
+
+osg::Matrixd RkOsgViewWidget::worldToWindow() const
+{
+    const osg::Camera* camera = m_viewer->getCamera();
+    return camera->getViewMatrix() * camera->getProjectionMatrix() *
+           camera->getViewport()->computeWindowMatrix();
 }
 
 void RkOsgViewWidget::initializeGL()

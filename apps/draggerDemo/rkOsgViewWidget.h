@@ -30,6 +30,9 @@ public:
     osgViewer::Viewer* viewer() const { return m_viewer.get(); }
     /// The window point (y down, widget pixels) where `world` is seen.
     QPointF project(const osg::Vec3d& world) const;
+    /// The world point seen at window point `at` (y down, widget pixels), as
+    /// deep in the view as `depthOf` is.
+    osg::Vec3d unproject(const QPointF& at, const osg::Vec3d& depthOf) const;
 
 signals:
     /// The view's new size in device pixels.
@@ -54,6 +57,8 @@ protected:
 private:
     osgGA::EventQueue* queue() const { return m_window->getEventQueue(); }
     double pixelRatio() const { return devicePixelRatioF(); }
+    /// World to window coordinates (device pixels, y up) through the camera.
+    osg::Matrixd worldToWindow() const;
 
     osg::ref_ptr<osgViewer::Viewer> m_viewer;
     osg::ref_ptr<osgViewer::GraphicsWindowEmbedded> m_window;

@@ -124,14 +124,8 @@ protected:
     /// shows the window point `at`.
     void moveToolUnder(const QPoint& at)
     {
-        const osg::Camera* camera = window->view()->viewer()->getCamera();
-        const osg::Matrixd toWindow = camera->getViewMatrix() * camera->getProjectionMatrix() *
-                                      camera->getViewport()->computeWindowMatrix();
-        const double ratio = window->view()->devicePixelRatioF();
-        const osg::Vec3d window3(at.x() * ratio, (window->view()->height() - at.y()) * ratio,
-                                 (hostPosition() * toWindow).z());
         osg::Matrixd pose = window->plugin().endEffectorPose();
-        pose.setTrans(window3 * osg::Matrixd::inverse(toWindow));
+        pose.setTrans(window->view()->unproject(at, hostPosition()));
         window->plugin().setEndEffectorPose(pose);
         QTest::qWait(kSettleMs);
     }

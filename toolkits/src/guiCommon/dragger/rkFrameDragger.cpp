@@ -68,9 +68,10 @@ void FrameDragger::rebuildExtraHandles()
     if (m_extraOptions.handleSet == 0)
         return;
     // The view ring keeps its ratio to the axis rings however these were sized.
-    m_extraOptions.ringRadius = m_rotateDragger->ringRadius();
-    m_extraOptions.pickTubeRadius = m_rotateDragger->pickTubeRadius();
-    m_extraHandles = new ExtraHandlesDragger(m_extraOptions);
+    ExtraHandlesDragger::Options options = m_extraOptions;
+    options.ringRadius = m_rotateDragger->ringRadius();
+    options.pickTubeRadius = m_rotateDragger->pickTubeRadius();
+    m_extraHandles = new ExtraHandlesDragger(options);
     m_extraHandles->setupDefaultGeometry();
     m_extraHandles->setMatrix(osg::Matrixd::scale(scale(), scale(), scale()));
     m_extraHandles->Composite3DDragger::showDraggers(m_translateDragger->getNodeMask() != 0);

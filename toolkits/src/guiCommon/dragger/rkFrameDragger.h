@@ -128,6 +128,8 @@ private:
 
     osg::ref_ptr<TranslateDragger> m_translateDragger;
     osg::ref_ptr<RotateDragger> m_rotateDragger;
+    /// The handle set and the screen scaling; the sizes are the rotate
+    /// child's, read at each rebuild.
     ExtraHandlesDragger::Options m_extraOptions;
     osg::ref_ptr<ExtraHandlesDragger> m_extraHandles;
 };

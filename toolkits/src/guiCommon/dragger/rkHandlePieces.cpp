@@ -3,6 +3,7 @@
 #include "rkBallGeometry.h"
 #include "rkFacingTransform.h"
 #include "rkOneAxisHandle.h"
+#include "rkRootPath.h"
 
 #include <osg/BoundingBox>
 #include <osg/Geode>
@@ -263,8 +264,7 @@ bool HandlePieces::ownerPickable() const
 
 bool HandlePieces::pickEnters(const osg::Node& node, const osg::Node* until, unsigned int pickMask)
 {
-    for (const osg::Node* at = &node; at && at != until;
-         at = at->getNumParents() ? at->getParent(0) : nullptr)
+    for (const osg::Node* at = &node; at && at != until; at = RootPath::firstParent(*at))
         if ((at->getNodeMask() & pickMask) == 0)
             return false;
     return true;

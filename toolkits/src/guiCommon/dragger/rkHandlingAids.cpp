@@ -2,6 +2,7 @@
 
 #include "rkComposite3DDragger.h"
 #include "rkPickCache.h"
+#include "rkRootPath.h"
 
 #include <osgViewer/View>
 
@@ -84,8 +85,7 @@ void HandlingAids::showHover(osgManipulator::Dragger* target)
 osg::Camera* HandlingAids::cameraOf(osgViewer::View& view) const
 {
     const osg::Camera* above = nullptr;
-    for (const osg::Node* node = &m_owner; node && !above;
-         node = node->getNumParents() ? node->getParent(0) : nullptr)
+    for (const osg::Node* node = &m_owner; node && !above; node = RootPath::firstParent(*node))
         above = WindowProjection::ownCamera(*node);
     return pickCamera(above, view);
 }
@@ -209,7 +209,7 @@ bool HandlingAids::nearbyGrab(const osgGA::GUIEventAdapter& event, osgViewer::Vi
     // down to the handle, through every dragger that must see the press.
     grab.path.clear();
     for (osg::Node* node = nearest.handle; node && !WindowProjection::ownCamera(*node);
-         node = node->getNumParents() ? node->getParent(0) : nullptr)
+         node = RootPath::firstParent(*node))
         grab.path.push_back(node);
     std::reverse(grab.path.begin(), grab.path.end());
     grab.localPoint = nearest.localPoint;

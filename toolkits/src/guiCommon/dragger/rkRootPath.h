@@ -1,6 +1,7 @@
 #ifndef RK_ROOT_PATH_H
 #define RK_ROOT_PATH_H
 
+#include <osg/Group>
 #include <osg/Matrixd>
 #include <osg/Node>
 
@@ -22,6 +23,17 @@ class RootPath
 {
 public:
     static osg::Matrixd localToWorld(osg::Node& node);
+
+    /// The node's first parent, or null at the top of the scene: the step of
+    /// every walk up along first parents.
+    static const osg::Group* firstParent(const osg::Node& node)
+    {
+        return node.getNumParents() ? node.getParent(0) : nullptr;
+    }
+    static osg::Group* firstParent(osg::Node& node)
+    {
+        return node.getNumParents() ? node.getParent(0) : nullptr;
+    }
 };
 
 } // namespace Rk

@@ -1,6 +1,7 @@
 #include "rkWindowProjection.h"
 
 #include "rkCameraState.h"
+#include "rkRootPath.h"
 
 #include <osg/Camera>
 #include <osg/Transform>
@@ -80,7 +81,7 @@ osg::Matrixd WindowProjection::localToWorld(const osg::Node& node, const osg::Ca
     const osg::Node* chain[kMaxDepth];
     int depth = 0;
     const osg::Camera* camera = nullptr;
-    for (const osg::Node* at = &node; at; at = at->getNumParents() ? at->getParent(0) : nullptr) {
+    for (const osg::Node* at = &node; at; at = RootPath::firstParent(*at)) {
         camera = at->asCamera();
         if (camera && mapsOnItsOwn(*camera))
             break;
