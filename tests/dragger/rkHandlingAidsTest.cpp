@@ -7,6 +7,7 @@
 #include <osg/Geode>
 #include <osg/MatrixTransform>
 #include <osg/ShapeDrawable>
+#include <osg/Switch>
 
 #include <cmath>
 #include <functional>
@@ -280,6 +281,34 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         set(*dragger, true);
     }
+
+    // Hidden by the host while highlighted: the pointer may have gone
+    // anywhere meanwhile, so the highlight goes at the first frame shown.
+    osg::ref_ptr<osg::Switch> showing = new osg::Switch;
+    harness.root()->replaceChild(dragger.get(), showing.get());
+    showing->addChild(dragger.get());
+    const std::pair<const char*, std::function<void(bool)>> hostHidings[] = {
+        {"own node mask",
+         [&](bool on) { dragger->setNodeMask(on ? Composite3DDragger::DRAGGER_MASK : 0); }},
+        {"switch above", [&](bool on) { showing->setValue(0, on); }},
+    };
+    for (const auto& [name, show] : hostHidings) {
+        SCOPED_TRACE(name);
+        harness.move(onXArrow);
+        ASSERT_EQ(dragger->hoveredHandle(), arrow(0));
+        show(false);
+        harness.frame();
+        show(true);
+        harness.frame();
+        EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+        EXPECT_EQ(shownColour(arrow(0)), kRed);
+    }
+    harness.move(onXArrow);
+    harness.frame();
+    harness.frame();
+    EXPECT_EQ(dragger->hoveredHandle(), arrow(0)) << "frames seen keep the highlight";
+    showing->removeChild(dragger.get());
+    harness.root()->replaceChild(showing.get(), dragger.get());
 
     // With an activation modifier or key, a press takes a handle only while
     // it is held: so does the highlight, from the next pointer move on.

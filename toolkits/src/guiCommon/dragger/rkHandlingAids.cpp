@@ -102,7 +102,11 @@ osg::Camera* HandlingAids::pickCamera(const osg::Camera* above, osgViewer::View&
 void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View* view)
 {
     m_wasActive = m_owner.getDraggerActive();
-    if (!view || m_wasActive)
+    if (!view)
+        return;
+    if (missedTraversals(*view) && !m_wasActive)
+        clearHover();
+    if (m_wasActive)
         return;
     switch (event.getEventType()) {
     case osgGA::GUIEventAdapter::FRAME:
@@ -125,6 +129,20 @@ void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgView
     default:
         break;
     }
+}
+
+bool HandlingAids::missedTraversals(const osgViewer::View& view)
+{
+    // Every event of one traversal carries the same frame number; a dragger
+    // visited at every traversal sees it grow by at most one.
+    const osg::FrameStamp* stamp = view.getFrameStamp();
+    if (!stamp)
+        return false;
+    const unsigned int frame = stamp->getFrameNumber();
+    const bool missed = stamp == m_lastStamp && frame > m_lastFrame + 1;
+    m_lastStamp = stamp;
+    m_lastFrame = frame;
+    return missed;
 }
 
 bool HandlingAids::pressMayStart(const osgGA::GUIEventAdapter& event) const

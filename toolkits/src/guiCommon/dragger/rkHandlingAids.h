@@ -73,6 +73,11 @@ public:
 
 private:
     void beforeEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View* view);
+    /// Whether the owner missed whole event traversals of `view`'s viewer
+    /// since the last event it saw (hidden by the host's node mask or switch,
+    /// or out of the scene): its highlight no longer knows where the pointer
+    /// is. Judged between traversals of one viewer only.
+    bool missedTraversals(const osgViewer::View& view);
     void afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
     /// Whether a press with the modifiers of `event` could start a drag of
     /// the owner: enabled, the event not taken yet, activation permitted.
@@ -93,6 +98,8 @@ private:
     double m_viewAngleLimit = 0.0;
     bool m_hoverHighlight = false;
     bool m_wasActive = false;
+    const osg::FrameStamp* m_lastStamp = nullptr;
+    unsigned int m_lastFrame = 0;
     HandleShapes m_shapes;
     HandleHover m_hover;
     HandleFader m_fader;
