@@ -15,7 +15,8 @@
 // Checked for every input, besides what the sanitizers catch (crashes,
 // undefined behaviour, leaks):
 // - a release while the dragger is shown and dragging is enabled always ends
-//   the drag, and so does a cancel (key or slot);
+//   the drag (with an activation button mask: a release of the drag's own
+//   button, or one that names none), and so does a cancel (key or slot);
 // - every matrix the library writes to the receiver is rigid: finite, an
 //   orthonormal rotation with determinant +1, translation in the fourth row.
 //   The library writes only when the pose it would write is finite. When the
@@ -163,7 +164,7 @@ public:
     {
         switch (data.ConsumeIntegralInRange(0, 22)) {
         case 0:
-            m_view.press(position(data), data.ConsumeIntegralInRange(1, 4));
+            press(m_view, position(data), data.ConsumeIntegralInRange(1, 4));
             break;
         case 1:
         case 2:
@@ -327,7 +328,7 @@ private:
                             data.ConsumeFloatingPointInRange(0.0, 600.0));
         switch (data.ConsumeIntegralInRange(0, 2)) {
         case 0:
-            m_secondView.press(at);
+            press(m_secondView, at, osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
             break;
         case 1:
             m_secondView.drag(at);
@@ -346,6 +347,34 @@ private:
         return false;
     }
 
+    /// The button an event names for harness button `button` (none for
+    /// what is no single button).
+    static int namedButton(int button)
+    {
+        using Event = osgGA::GUIEventAdapter;
+        const bool single = button == Event::LEFT_MOUSE_BUTTON ||
+                            button == Event::MIDDLE_MOUSE_BUTTON ||
+                            button == Event::RIGHT_MOUSE_BUTTON;
+        return single ? button : 0;
+    }
+
+    /// Remembers the button a drag began with, while that is certain.
+    void press(RkTest::ViewerHarness& view, const osg::Vec2d& at, int button)
+    {
+        const bool wasDragging = m_dragger->getDraggerActive();
+        view.press(at, button);
+        if (!m_dragger->getDraggerActive())
+            return;
+        if (!wasDragging) {
+            m_dragButton = namedButton(button);
+            m_dragButtonKnown = true;
+        } else if (m_dragger->getActivationMouseButtonMask() == 0 &&
+                   namedButton(button) != m_dragButton) {
+            // Another press may or may not have taken the drag over.
+            m_dragButtonKnown = false;
+        }
+    }
+
     void release(const osg::Vec2d& at, int button)
     {
         // A hidden dragger (node mask 0) is not visited by the event
@@ -353,8 +382,12 @@ private:
         // ends it is the first one after the dragger is shown again.
         // A neighbour dragged from the second view may take the release
         // first (it marks the release handled), as any handler before it may.
-        const bool reachable =
-            m_dragger->draggingEnabled() && m_dragger->getNodeMask() != 0 && !neighbourDragging();
+        // With a button mask, another button's release leaves the drag on.
+        const int released = namedButton(button);
+        const bool ownButton = m_dragger->getActivationMouseButtonMask() == 0 || released == 0 ||
+                               (m_dragButtonKnown && released == m_dragButton);
+        const bool reachable = m_dragger->draggingEnabled() && m_dragger->getNodeMask() != 0 &&
+                               !neighbourDragging() && ownButton;
         m_view.release(at, button);
         if (reachable && m_dragger->getDraggerActive())
             fail("a release did not end the drag");
@@ -469,6 +502,8 @@ private:
     osg::ref_ptr<Rk::FrameDragger> m_dragger;
     std::unique_ptr<Rk::DraggerDlg> m_dialog;
     int m_rebinds = 0;
+    int m_dragButton = 0;
+    bool m_dragButtonKnown = false;
 };
 
 } // namespace

@@ -161,6 +161,23 @@ TEST_F(CompositeEventLoop, ActivationKeyAndDisablingGateNewDragsButNotOneUnderWa
     }
     EXPECT_TRUE(view.press(at));
     EXPECT_TRUE(view.release(at));
+    // ... and a drag belongs to its button: the others' presses and releases
+    // during it are taken and change nothing.
+    const osg::Vec2d below = at + osg::Vec2d(0, 10);
+    dragger->events.clear();
+    const double heightBefore = dragger->getMatrix().getTrans().z();
+    EXPECT_TRUE(view.press(at));
+    for (int button : {Event::RIGHT_MOUSE_BUTTON, Event::MIDDLE_MOUSE_BUTTON}) {
+        EXPECT_TRUE(view.press(below, button));
+        EXPECT_TRUE(view.release(below, button));
+    }
+    EXPECT_TRUE(dragger->getDraggerActive());
+    EXPECT_TRUE(view.drag(below));
+    EXPECT_TRUE(view.release(below));
+    EXPECT_FALSE(dragger->getDraggerActive());
+    EXPECT_EQ(dragger->events,
+              (std::vector<int>{Event::PUSH, Event::PUSH, Event::DRAG, Event::RELEASE}));
+    EXPECT_LT(host.pose.getTrans().z(), heightBefore - 0.01) << "moved by the left drag alone";
     dragger->setActivationMouseButtonMask(0);
     EXPECT_TRUE(view.press(at, Event::RIGHT_MOUSE_BUTTON));
     EXPECT_TRUE(view.release(at, Event::RIGHT_MOUSE_BUTTON));

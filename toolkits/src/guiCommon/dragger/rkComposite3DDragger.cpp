@@ -210,11 +210,6 @@ void Composite3DDragger::cancelDrag()
     emit signalDragCancelled();
 }
 
-void Composite3DDragger::setValueOnRelease(bool value)
-{
-    m_valueOnRelease = value;
-}
-
 bool Composite3DDragger::handle(const osgManipulator::PointerInfo& pointer,
                                 const osgGA::GUIEventAdapter& event,
                                 osgGA::GUIActionAdapter& action)
@@ -237,6 +232,8 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
     // to the camera; the mask, modifier and key gate new drags only.
     if (!(activationPermitted(event) && buttonActivates(event)) && !getDraggerActive())
         return false;
+    if (otherButtonDuringDrag(event))
+        return true;
 
     bool result = false;
     switch (event.getEventType()) {
@@ -321,6 +318,7 @@ void Composite3DDragger::takePress(const osgGA::GUIEventAdapter& event,
                                    osgGA::GUIActionAdapter& action, osg::Camera* camera)
 {
     PointerView::setCamera(_pointer, camera);
+    m_dragButton = event.getButton();
     projectPointer(event);
     handle(_pointer, event, action);
     setDraggerActive(true);

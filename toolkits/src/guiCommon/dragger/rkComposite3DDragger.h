@@ -77,8 +77,10 @@ public:
     /// is not finite is moved to the receiver's pose at the next frame event.
     /// Any mouse button grabs, unless the host set an activation mouse button
     /// mask (`setActivationMouseButtonMask`, 0 by default): then a press of
-    /// another button is not taken (false) and goes on to the camera, while
-    /// a drag already under way takes every event to its release.
+    /// another button is not taken (false) and goes on to the camera, and a
+    /// drag belongs to its button: another button's press or release during
+    /// it is taken (true) and changes nothing; the drag ends at the release
+    /// of its own button (or at a release that names no button).
     bool handle(const osgGA::GUIEventAdapter& event, osgGA::GUIActionAdapter& action) override;
     /// Gives every direct component the matrix scale(s, s, s), replacing it,
     /// and emits `signalScaleChanged()` (always, also with no components).
@@ -260,7 +262,7 @@ public slots:
     void setPose(const RkCoordinateSystemTransformation& coord);
     /// When set, a frame dragger reports the command value during a drag and
     /// writes the receiver only at the release.
-    void setValueOnRelease(bool value);
+    void setValueOnRelease(bool value) { m_valueOnRelease = value; }
 
 protected:
     ~Composite3DDragger() override;
@@ -286,6 +288,17 @@ private:
         return event.getEventType() != osgGA::GUIEventAdapter::PUSH ||
                _activationMouseButtonMask == 0 ||
                (static_cast<unsigned int>(event.getButton()) & _activationMouseButtonMask) != 0;
+    }
+    /// With a non-zero activation mouse button mask a drag belongs to the
+    /// button that pressed it: true for another button's press or release
+    /// during the drag. A release without a button ends any drag, as before.
+    bool otherButtonDuringDrag(const osgGA::GUIEventAdapter& event) const
+    {
+        const osgGA::GUIEventAdapter::EventType type = event.getEventType();
+        return _activationMouseButtonMask != 0 && getDraggerActive() &&
+               (type == osgGA::GUIEventAdapter::PUSH ||
+                (type == osgGA::GUIEventAdapter::RELEASE && event.getButton() != 0)) &&
+               event.getButton() != m_dragButton;
     }
     bool modifiersActivate(const osgGA::GUIEventAdapter& event) const
     {
@@ -325,6 +338,7 @@ private:
     bool m_receiverUpdate;
     DragRefinement m_refinement;
     DragCancel m_cancel;
+    int m_dragButton = 0;
 };
 
 } // namespace Rk
