@@ -247,10 +247,19 @@ TEST_F(DemoMainWindow,
     EXPECT_NEAR(box("spinBoxX")->value(), snapped.x(), 0.0005);
 
     dragAlongX(onXArrow(snapped), 0.05);
+    const osg::Matrixd cameraAtCancel = view->viewer()->getCamera()->getViewMatrix();
     QTest::mousePress(view, Qt::RightButton, {}, QPoint(10, 10));
     QTest::qWait(kSettleMs);
     EXPECT_NEAR(hostPosition().x(), snapped.x(), 1e-6) << "a right-click cancels too";
-    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(10, 10));
+    QTest::mouseRelease(view, Qt::RightButton, {}, QPoint(10, 10));
+    for (int step = 1; step <= 3; ++step) {
+        QTest::mouseMove(view, QPoint(10 + 30 * step, 10 + 20 * step));
+        QTest::qWait(30);
+    }
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(view->viewer()->getCamera()->getViewMatrix(), cameraAtCancel)
+        << "the left button's drag after the cancel turns no camera";
+    QTest::mouseRelease(view, Qt::LeftButton, {}, QPoint(100, 70));
 
     dragAlongX(onXArrow(snapped), 0.05);
     const QPoint corner(10, 10);

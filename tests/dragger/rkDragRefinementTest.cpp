@@ -196,9 +196,12 @@ TEST_F(DragRefinementTest, CancelPutsThePressPoseBackAndEndsTheDrag)
                   (std::vector<std::string>{"changed", "done", "cancelled"}));
         EXPECT_EQ(shownColour(dragger->translateDragger()->xDragger()), kRed);
 
-        // A second cancel, the rest of the drag and a release outside the window: nothing.
+        // A second cancel, another button's click (as a host's cancelling
+        // right-click leaves it), the rest of the drag and a release outside
+        // the window: nothing.
         dragger->cancelDrag();
         harness.keyDown(Event::KEY_Escape);
+        EXPECT_TRUE(harness.release(onArrow(0, 1.1), Event::RIGHT_MOUSE_BUTTON));
         EXPECT_TRUE(harness.drag(onArrow(0, 1.2))) << "taken, so no camera turns with it";
         EXPECT_TRUE(harness.release(kOutsideTheWindow));
         EXPECT_FALSE(harness.drag(onArrow(0, 1.2))) << "until the release";

@@ -243,7 +243,7 @@ bool Composite3DDragger::handle(const osgGA::GUIEventAdapter& event,
         break;
     case osgGA::GUIEventAdapter::DRAG:
     case osgGA::GUIEventAdapter::RELEASE:
-        result = dragStep(event, action, false) || m_cancel.swallowed(event);
+        result = dragStep(event, action, false) || m_cancel.swallowed(event, m_dragButton);
         break;
     case osgGA::GUIEventAdapter::FRAME:
         followReceiver();

@@ -23,11 +23,13 @@ void DragCancel::cancel(Composite3DDragger& dragger, const osg::Matrixd& pressPo
     dragger.setCommandValue(0.0);
 }
 
-bool DragCancel::swallowed(const osgGA::GUIEventAdapter& event)
+bool DragCancel::swallowed(const osgGA::GUIEventAdapter& event, int dragButton)
 {
     if (!m_afterCancel)
         return false;
-    if (event.getEventType() == osgGA::GUIEventAdapter::RELEASE)
+    const int button = event.getButton();
+    if (event.getEventType() == osgGA::GUIEventAdapter::RELEASE &&
+        (button == 0 || button == dragButton))
         m_afterCancel = false;
     return true;
 }

@@ -41,9 +41,11 @@ public:
     /// value to 0. Emits nothing.
     void cancel(Composite3DDragger& dragger, const osg::Matrixd& pressPose);
     /// Whether `event` is a drag or the release of a cancelled drag: taken
-    /// (so that no camera turns with it) and otherwise ignored. The first
-    /// release ends this.
-    bool swallowed(const osgGA::GUIEventAdapter& event);
+    /// (so that no camera turns with it) and otherwise ignored. The release
+    /// of `dragButton`, the button that pressed (or a release that names no
+    /// button), ends this; another button's release (the click that
+    /// cancelled, say) is taken too and leaves the drag's button taken.
+    bool swallowed(const osgGA::GUIEventAdapter& event, int dragButton);
 
 private:
     static void releaseHandles(osgManipulator::CompositeDragger& dragger);
