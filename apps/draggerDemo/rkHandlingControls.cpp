@@ -204,6 +204,10 @@ bool RkHandlingControls::eventFilter(QObject* watched, QEvent* event)
     queue->getCurrentEventState()->setModKeyMask(osgModifiers(input->modifiers()));
     if (cancelOnRightClick(event))
         return true;
+    // A drag keeps the camera of its press: a zoom in mid-drag would pull
+    // the tool away from under the pointer.
+    if (event->type() == QEvent::Wheel && m_dragger->getDraggerActive())
+        return true;
     auto* key = dynamic_cast<QKeyEvent*>(event);
     const int symbol = key ? handlingKey(key->key()) : 0;
     if (symbol == 0 || key->isAutoRepeat())

@@ -24,7 +24,8 @@ class FrameDragger;
 ///
 /// Watches the views' Qt events: it hands the held Shift and Ctrl to the
 /// viewer with every event (as a window system does), sends Ctrl and Esc as
-/// osgGA's own key symbols, and turns a right-click during a drag into a cancel.
+/// osgGA's own key symbols, turns a right-click during a drag into a cancel,
+/// and keeps the wheel from zooming during a drag.
 class RkHandlingControls : public QObject
 {
     Q_OBJECT

@@ -17,6 +17,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
+#include <QWheelEvent>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -229,6 +230,15 @@ TEST_F(DemoMainWindow,
     QCoreApplication::sendEvent(view, &leave);
     QTest::qWait(kSettleMs);
     EXPECT_EQ(hostPosition(), dragged) << "leaving the view during a drag moves nothing";
+    // The drag keeps the camera of its press: a zoom now would pull the
+    // tool from under the pointer, so the wheel waits for the release.
+    const osg::Matrixd cameraInDrag = view->viewer()->getCamera()->getViewMatrix();
+    const QPointF pointer = view->project(grab + osg::Vec3d(0.037, 0, 0));
+    QWheelEvent wheel(pointer, view->mapToGlobal(pointer), QPoint(), QPoint(0, 120), Qt::LeftButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(view, &wheel);
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(view->viewer()->getCamera()->getViewMatrix(), cameraInDrag);
     QTest::mouseRelease(view, Qt::LeftButton, {},
                         view->project(grab + osg::Vec3d(0.037, 0, 0)).toPoint());
     QTest::qWait(kSettleMs);
