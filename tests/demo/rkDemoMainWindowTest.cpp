@@ -234,8 +234,8 @@ TEST_F(DemoMainWindow,
     // tool from under the pointer, so the wheel waits for the release.
     const osg::Matrixd cameraInDrag = view->viewer()->getCamera()->getViewMatrix();
     const QPointF pointer = view->project(grab + osg::Vec3d(0.037, 0, 0));
-    QWheelEvent wheel(pointer, view->mapToGlobal(pointer), QPoint(), QPoint(0, 120), Qt::LeftButton,
-                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QWheelEvent wheel(pointer, QPointF(view->mapToGlobal(pointer.toPoint())), QPoint(),
+                      QPoint(0, 120), Qt::LeftButton, Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(view, &wheel);
     QTest::qWait(kSettleMs);
     EXPECT_EQ(view->viewer()->getCamera()->getViewMatrix(), cameraInDrag);
