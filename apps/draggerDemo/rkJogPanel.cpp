@@ -72,6 +72,9 @@ RkJogPanel::RkJogPanel(RkDemoPlugin& plugin, const std::string& imageFile)
     m_dragger = new RkImageDragger(&m_referenceWidget, imageFile, kOffsetX, kOffsetY, kCells);
     m_dragger->setupDefaultGeometry();
     m_dragger->setHandleEvents(true);
+    // Buttons answer the left button, which alone grabs the gizmo too; the
+    // others zoom and pan from anywhere, the panel included.
+    m_dragger->setActivationMouseButtonMask(osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
     m_placement->setMatrix(osg::Matrixd::scale(IMAGE_WIDTH, IMAGE_HEIGHT, 1.0) *
                            osg::Matrixd::translate(MARGIN, MARGIN, 0.0));
     m_placement->addChild(m_dragger.get());

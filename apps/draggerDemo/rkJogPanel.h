@@ -17,7 +17,8 @@ class RkImageDragger;
 /// space overlay at the lower left of the view. Holding a button moves the
 /// end effector through the plug-in, one step per repeat of the dragger's
 /// timer; the frame dragger and the dialog follow the plug-in by themselves.
-/// A listener learns of each finished hold, for an undo history.
+/// Only the left button presses a button. A listener learns of each
+/// finished hold, for an undo history.
 ///
 /// The image dragger turns the pointer into a cell of its display grid with
 /// the size of a reference widget. The panel hands it a widget of 2 pixels'

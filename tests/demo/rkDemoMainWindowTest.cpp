@@ -372,6 +372,15 @@ TEST_F(DemoMainWindow, HoldingPlusZOverTheGizmoJogsUpAndTheGizmoAndDialogFollow)
     const double released = hostPosition().z();
     QTest::qWait(kSettleMs);
     EXPECT_EQ(hostPosition().z(), released);
+
+    // Only the left button presses a jog button, as it alone grabs the gizmo.
+    for (Qt::MouseButton other : {Qt::RightButton, Qt::MiddleButton}) {
+        QTest::mousePress(view, other, {}, button);
+        QTest::qWait(kJogHoldMs);
+        QTest::mouseRelease(view, other, {}, button);
+    }
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(hostPosition().z(), released);
 }
 
 TEST_F(DemoMainWindow, EditUndoStepsBackThroughDragTypedPoseAndJogRedoForwardAndHomeGoesHome)
