@@ -216,8 +216,9 @@ public:
     /// removes the highlight; so do hiding (`showDraggers(false)`, also a
     /// frame dragger's), disabling and switching the option off. Hidden by
     /// the host's own node mask or a switch above it, the dragger sees no
-    /// events: its highlight goes at the first event after it is shown again. A move while
-    /// another dragger is dragged changes nothing (it is a drag, no move).
+    /// events: its highlight goes at the first event after it is shown
+    /// again. A move while another dragger is dragged changes nothing (it is
+    /// a drag, no move).
     /// Hovering never moves the pose, writes the receiver or handles the
     /// event. `signalHoverChanged()` is emitted when the highlighted handle
     /// changes, and only then. A host that learns of the pointer leaving its
