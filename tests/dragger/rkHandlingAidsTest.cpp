@@ -303,10 +303,26 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         EXPECT_EQ(shownColour(arrow(0)), kRed);
     }
+    // Each viewer is judged by its own frames: a second one in turn clears
+    // nothing, and sees the dragger hidden in its scene alone by itself.
+    ViewerHarness second(kEye);
+    osg::ref_ptr<osg::Switch> showingThere = new osg::Switch;
+    showingThere->addChild(dragger.get());
+    second.root()->addChild(showingThere.get());
     harness.move(onXArrow);
-    harness.frame();
-    harness.frame();
+    for (int frame = 0; frame < 2; ++frame) {
+        harness.frame();
+        second.frame();
+    }
     EXPECT_EQ(dragger->hoveredHandle(), arrow(0)) << "frames seen keep the highlight";
+    showingThere->setValue(0, false);
+    harness.frame();
+    second.frame();
+    showingThere->setValue(0, true);
+    harness.frame();
+    second.frame();
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    showingThere->removeChild(dragger.get());
     showing->removeChild(dragger.get());
     harness.root()->replaceChild(showing.get(), dragger.get());
 

@@ -139,10 +139,17 @@ bool HandlingAids::missedTraversals(const osgViewer::View& view)
     if (!stamp)
         return false;
     const unsigned int frame = stamp->getFrameNumber();
-    const bool missed = stamp == m_lastStamp && frame > m_lastFrame + 1;
-    m_lastStamp = stamp;
-    m_lastFrame = frame;
-    return missed;
+    for (SeenFrame& seen : m_seenFrames) {
+        if (seen.stamp != stamp)
+            continue;
+        const bool missed = frame > seen.frame + 1;
+        seen.frame = frame;
+        return missed;
+    }
+    // A viewer not remembered replaces the one that was remembered first.
+    m_seenFrames[m_nextSeenFrame] = {stamp, frame};
+    m_nextSeenFrame = (m_nextSeenFrame + 1) % kViewersRemembered;
+    return false;
 }
 
 bool HandlingAids::pressMayStart(const osgGA::GUIEventAdapter& event) const

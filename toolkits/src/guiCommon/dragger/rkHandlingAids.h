@@ -7,6 +7,8 @@
 
 #include <osg/NodeVisitor>
 
+#include <array>
+
 namespace osgGA {
 class GUIEventAdapter;
 }
@@ -74,9 +76,10 @@ public:
 private:
     void beforeEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View* view);
     /// Whether the owner missed whole event traversals of `view`'s viewer
-    /// since the last event it saw (hidden by the host's node mask or switch,
-    /// or out of the scene): its highlight no longer knows where the pointer
-    /// is. Judged between traversals of one viewer only.
+    /// since the last event it saw from that viewer (hidden by the host's
+    /// node mask or switch, or out of the scene): its highlight no longer
+    /// knows where the pointer is. Each of the last `kViewersRemembered`
+    /// viewers (told apart by their frame stamps) is judged on its own.
     bool missedTraversals(const osgViewer::View& view);
     void afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
     /// Whether a press with the modifiers of `event` could start a drag of
@@ -98,8 +101,14 @@ private:
     double m_viewAngleLimit = 0.0;
     bool m_hoverHighlight = false;
     bool m_wasActive = false;
-    const osg::FrameStamp* m_lastStamp = nullptr;
-    unsigned int m_lastFrame = 0;
+    static constexpr std::size_t kViewersRemembered = 4;
+    struct SeenFrame
+    {
+        const osg::FrameStamp* stamp = nullptr;
+        unsigned int frame = 0;
+    };
+    std::array<SeenFrame, kViewersRemembered> m_seenFrames;
+    std::size_t m_nextSeenFrame = 0;
     HandleShapes m_shapes;
     HandleHover m_hover;
     HandleFader m_fader;
