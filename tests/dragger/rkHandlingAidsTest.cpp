@@ -346,6 +346,19 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     dragger->setActivationModKeyMask(0);
     dragger->setActivationKeyEvent(0);
 
+    // A press of a button that does not grab turns the camera: the
+    // highlight goes with it, and comes back at the next move.
+    dragger->setActivationMouseButtonMask(Event::LEFT_MOUSE_BUTTON);
+    harness.move(onXArrow);
+    ASSERT_EQ(dragger->hoveredHandle(), arrow(0));
+    EXPECT_FALSE(harness.press(onXArrow, Event::RIGHT_MOUSE_BUTTON));
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    EXPECT_EQ(shownColour(arrow(0)), kRed);
+    harness.release(onXArrow, Event::RIGHT_MOUSE_BUTTON);
+    harness.move(onXArrow + osg::Vec2d(1, 0));
+    EXPECT_EQ(dragger->hoveredHandle(), arrow(0));
+    dragger->setActivationMouseButtonMask(0);
+
     // Optional handles rebuilt under the pointer: the hovered one goes, and
     // so does its highlight, with a signal.
     showExtraHandles(true);

@@ -116,6 +116,14 @@ public:
         return (_activationModKeyMask == 0 && _activationKeyEvent == 0) ||
                modifiersActivate(event) || _activationPermittedByKeyEvent;
     }
+    /// False only for a press of a button outside a non-zero activation
+    /// mouse button mask (see `handle`).
+    bool buttonActivates(const osgGA::GUIEventAdapter& event) const
+    {
+        return event.getEventType() != osgGA::GUIEventAdapter::PUSH ||
+               _activationMouseButtonMask == 0 ||
+               (static_cast<unsigned int>(event.getButton()) & _activationMouseButtonMask) != 0;
+    }
     /// Stores the frame shown while aligned; takes effect at the next
     /// `setIsAlignedWithReferenceFrame(true)` and at the next frame event.
     virtual void setReferenceFrame(const osg::Quat& frame);
@@ -214,7 +222,9 @@ public:
     /// handle stays yellow until its release. A move outside the window, off
     /// every handle, over another dragger or while this one is disabled
     /// removes the highlight; so do hiding (`showDraggers(false)`, also a
-    /// frame dragger's), disabling and switching the option off. Hidden by
+    /// frame dragger's), disabling, switching the option off and a press
+    /// this dragger does not take (taken before it, or of a button outside
+    /// the activation mouse button mask), until the next move. Hidden by
     /// the host's own node mask or a switch above it, the dragger sees no
     /// events: its highlight goes at the first event after it is shown
     /// again. A move while another dragger is dragged changes nothing (it is
@@ -284,14 +294,6 @@ private:
 
     void initialise(Rk::DraggerReceiver* receiver);
     bool activationPermitted(const osgGA::GUIEventAdapter& event);
-    /// False only for a press of a button outside a non-zero activation
-    /// mouse button mask.
-    bool buttonActivates(const osgGA::GUIEventAdapter& event) const
-    {
-        return event.getEventType() != osgGA::GUIEventAdapter::PUSH ||
-               _activationMouseButtonMask == 0 ||
-               (static_cast<unsigned int>(event.getButton()) & _activationMouseButtonMask) != 0;
-    }
     /// With a non-zero activation mouse button mask a drag belongs to the
     /// button that pressed it: true for another button's press or release
     /// during the drag. A release without a button ends any drag, as before.

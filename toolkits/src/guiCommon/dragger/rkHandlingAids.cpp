@@ -122,8 +122,11 @@ void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgView
             showHover(pressMayStart(event) ? pressTarget(event, *view) : nullptr);
         break;
     case osgGA::GUIEventAdapter::PUSH:
+        // A press that this dragger will not take (taken before it, or of a
+        // button that turns the camera) leaves no handle under the pointer
+        // that a press would take until the next move.
         fadeFor(*view);
-        if (m_hoverHighlight && event.getHandled())
+        if (m_hoverHighlight && (event.getHandled() || !m_owner.buttonActivates(event)))
             clearHover();
         break;
     default:
