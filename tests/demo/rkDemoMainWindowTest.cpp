@@ -472,6 +472,9 @@ TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)
     EXPECT_NEAR(moved.x(), moveBy.x(), 0.005);
     EXPECT_NEAR(moved.y(), moveBy.y(), 0.005);
     EXPECT_NEAR(moved.z(), 0.0, 1e-9);
+    auto* undo = window->findChild<QAction*>("undoAction");
+    ASSERT_NE(undo, nullptr);
+    EXPECT_TRUE(undo->text().contains("Move in XY plane")) << undo->text().toStdString();
 }
 
 TEST(DemoCommandLine, ScreenshotIsAPictureWithTheThreeHandleColours)

@@ -141,6 +141,32 @@ struct SignalLog
     std::vector<double> values;
 };
 
+/// The unit direction from `centre` to the eye of `harness`'s camera.
+inline osg::Vec3d towardsEyeFrom(ViewerHarness& harness, const osg::Vec3d& centre)
+{
+    osg::Vec3d direction = harness.viewer().getCamera()->getInverseViewMatrix().getTrans() - centre;
+    direction.normalize();
+    return direction;
+}
+
+/// Pixels from the image of `centre` to that of a point `radius` from it
+/// across the line of sight, level with the XY plane.
+inline double imagePixelsAt(ViewerHarness& harness, const osg::Vec3d& centre, double radius)
+{
+    osg::Vec3d side = towardsEyeFrom(harness, centre) ^ osg::Z_AXIS;
+    side.normalize();
+    return (harness.project(centre + side * radius) - harness.project(centre)).length();
+}
+
+/// The window point (y down) `pixels` from the image of `centre`, `degrees`
+/// counter-clockwise from the right as the viewer sees it.
+inline osg::Vec2d aroundImageOf(const ViewerHarness& harness, const osg::Vec3d& centre,
+                                double degrees, double pixels)
+{
+    const double radians = osg::DegreesToRadians(degrees);
+    return harness.project(centre) + osg::Vec2d(std::cos(radians), -std::sin(radians)) * pixels;
+}
+
 /// A frame dragger of scale 1 (with the handle set given) on a host pose,
 /// shown in a real viewer that looks from `eye` at the origin.
 class FrameScene
@@ -202,30 +228,17 @@ public:
         return worldOf(plane, local);
     }
     /// The unit direction from the centre to the camera's eye.
-    osg::Vec3d towardsEye()
-    {
-        osg::Vec3d direction =
-            harness.viewer().getCamera()->getInverseViewMatrix().getTrans() - centre();
-        direction.normalize();
-        return direction;
-    }
+    osg::Vec3d towardsEye() { return towardsEyeFrom(harness, centre()); }
     /// Pixels from the centre's image to that of a point `radius` from the
     /// centre across the line of sight, level with the XY plane.
-    double imagePixels(double radius)
-    {
-        osg::Vec3d side = towardsEye() ^ osg::Z_AXIS;
-        side.normalize();
-        return (harness.project(centre() + side * radius) - harness.project(centre())).length();
-    }
+    double imagePixels(double radius) { return imagePixelsAt(harness, centre(), radius); }
     /// Pixels from the centre to the view ring as drawn.
     double viewRingPixels() { return imagePixels(kViewRingRadius); }
     /// The window point (y down) at `pixels` from the centre's, `degrees`
     /// counter-clockwise from the right as the viewer sees it.
     osg::Vec2d aroundCentre(double degrees, double pixels) const
     {
-        const double radians = osg::DegreesToRadians(degrees);
-        return harness.project(centre()) +
-               osg::Vec2d(std::cos(radians), -std::sin(radians)) * pixels;
+        return aroundImageOf(harness, centre(), degrees, pixels);
     }
     /// Looks down the dragger's Z axis, a little off it, so the Z ring follows the pointer.
     void lookDownZ()

@@ -89,11 +89,11 @@ struct Scene
     std::unique_ptr<PoseHistory> history;
 };
 
-/// The signed amount in a step's text ("Move along X +12.3 mm" gives 12.3).
+/// The amount in a step's text, signed or not ("Move along X +12.3 mm" gives 12.3).
 double amountIn(const QString& text)
 {
     const QRegularExpressionMatch match =
-        QRegularExpression(QStringLiteral("([+-]\\d+\\.\\d)")).match(text);
+        QRegularExpression(QStringLiteral("([+-]?\\d+\\.\\d)")).match(text);
     return match.hasMatch() ? match.captured(1).toDouble() : kNaN;
 }
 
@@ -158,6 +158,25 @@ TEST(PoseHistory, EveryDraggerAndHandleRecordsOneStepPerDragInTheUsersWords)
     const Make frame = [](Rk::DraggerReceiver* r) { return new FrameDragger(r, false); };
     const Make translate = [](Rk::DraggerReceiver* r) { return new Rk::TranslateDragger(r); };
     const Make rotate = [](Rk::DraggerReceiver* r) { return new Rk::RotateDragger(r, false); };
+    const Make withExtras = [](Rk::DraggerReceiver* r) {
+        auto* dragger = new FrameDragger(r, false);
+        dragger->setHandleSet(kAllExtraHandles);
+        return dragger;
+    };
+    // From the image of `grab` to that of `grab + by`, then a frame.
+    auto dragBy = [](Scene& s, const osg::Vec3d& grab, const osg::Vec3d& by) {
+        s.harness.dragFromTo(s.harness.project(grab), s.harness.project(grab + by));
+        s.harness.frame();
+    };
+    auto turnViewRing = [](Scene& s, double toDegrees) {
+        const osg::Vec3d centre = s.dragger->getMatrix().getTrans();
+        const double pixels = imagePixelsAt(s.harness, centre, kViewRingRadius);
+        turnAlong(
+            s.harness,
+            [&](double degrees) { return aroundImageOf(s.harness, centre, degrees, pixels); }, 0.0,
+            toDegrees);
+        s.harness.frame();
+    };
     struct Row
     {
         const char* name;
@@ -187,6 +206,22 @@ TEST(PoseHistory, EveryDraggerAndHandleRecordsOneStepPerDragInTheUsersWords)
          [](Scene& s) { s.dragArrow(2, 0.7, 1.0); }, "Move along Z", 300.0, kMillimetreTolerance},
         {"rotate dragger alone, Z ring backwards", rotate, false,
          [](Scene& s) { s.turnZRing(70, 40); }, "Turn about Z", -30.0, kDegreeTolerance},
+        {"XY plane square", withExtras, false,
+         [&](Scene& s) {
+             const double offset = Rk::ExtraHandlesDragger::PLANE_OFFSET;
+             dragBy(s, s.start.getTrans() + osg::Vec3d(offset, offset, 0), {0.2, -0.1, 0});
+         },
+         "Move in XY plane", 223.6, kMillimetreTolerance},
+        {"screen handle, deferred", withExtras, true,
+         [&](Scene& s) {
+             const osg::Vec3d centre = s.start.getTrans();
+             osg::Vec3d side = towardsEyeFrom(s.harness, centre) ^ osg::Z_AXIS;
+             side.normalize();
+             dragBy(s, centre, side * 0.2);
+         },
+         "Move in view plane", 200.0, kMillimetreTolerance},
+        {"view ring backwards", withExtras, false, [&](Scene& s) { turnViewRing(s, -40); },
+         "Turn about line of sight", -40.0, kDegreeTolerance},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);

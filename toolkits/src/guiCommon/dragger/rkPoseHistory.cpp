@@ -2,10 +2,12 @@
 
 #include "rkDraggerDlg.h"
 #include "rkFinite.h"
+#include "rkFrameDragger.h"
 #include "rkPoseCommand.h"
 #include "rkRotateDragger.h"
 #include "rkThreeAxisDragger.h"
 #include "rkTranslateDragger.h"
+#include "rkViewRing.h"
 
 #include <QTimer>
 #include <QUndoStack>
@@ -57,6 +59,21 @@ QString axisName(Composite3DDragger::AxisEnum axis)
 {
     static const char* const kNames[] = {"X", "Y", "Z"};
     return QString::fromLatin1(kNames[axis]);
+}
+
+// The plane of a plane handle, named by the two axes in it.
+QString planeName(Composite3DDragger::AxisEnum normal)
+{
+    static const char* const kNames[] = {"YZ", "ZX", "XY"};
+    return QString::fromLatin1(kNames[normal]);
+}
+
+// The signed turn of a frame dragger's view ring since its last press.
+double viewRingRadians(const Composite3DDragger& dragger)
+{
+    const auto* frame = dynamic_cast<const FrameDragger*>(&dragger);
+    const ExtraHandlesDragger* extra = frame ? frame->extraHandles() : nullptr;
+    return extra && extra->viewRing() ? extra->viewRing()->turnedRadians() : 0.0;
 }
 
 // One decimal with its sign, never "-0.0".
@@ -221,22 +238,39 @@ std::optional<osg::Matrixd> PoseHistory::receiverPose() const
 QString PoseHistory::dragText(const Press& press, const osg::Matrixd& after) const
 {
     const Composite3DDragger::AxisEnum axis = m_dragger->activeAxis();
-    if (axis == Composite3DDragger::NO_AXIS)
-        return tr("Drag pose");
+    const bool hasAxis = axis != Composite3DDragger::NO_AXIS;
     const osg::Matrixd start = inDraggerTerms(press.receiverPose, press.alignment);
     const osg::Matrixd end = inDraggerTerms(after, press.alignment);
+    const double movedMillimetres =
+        (end.getTrans() - start.getTrans()).length() * kMillimetresPerMetre;
     switch (m_dragger->dragMode()) {
     case TranslateDragger::TRANSLATION_DRAG_MODE:
-        return tr("Move along %1 %2 mm")
-            .arg(axisName(axis),
-                 signedAmount(commandDistance(start, end, axis) * kMillimetresPerMetre));
+        if (hasAxis)
+            return tr("Move along %1 %2 mm")
+                .arg(axisName(axis),
+                     signedAmount(commandDistance(start, end, axis) * kMillimetresPerMetre));
+        break;
     case RotateDragger::ROTATION_DRAG_MODE:
-        return tr("Turn about %1 %2\u00b0")
-            .arg(axisName(axis), signedAmount(shortestDegrees(
-                                     commandAngle(start.getRotate(), end.getRotate(), axis))));
+        if (hasAxis)
+            return tr("Turn about %1 %2\u00b0")
+                .arg(axisName(axis), signedAmount(shortestDegrees(
+                                         commandAngle(start.getRotate(), end.getRotate(), axis))));
+        break;
+    case ExtraHandlesDragger::PLANE_DRAG_MODE:
+        if (hasAxis)
+            return tr("Move in %1 plane %2 mm")
+                .arg(planeName(axis))
+                .arg(movedMillimetres, 0, 'f', 1);
+        break;
+    case ExtraHandlesDragger::SCREEN_DRAG_MODE:
+        return tr("Move in view plane %1 mm").arg(movedMillimetres, 0, 'f', 1);
+    case ExtraHandlesDragger::VIEW_RING_DRAG_MODE:
+        return tr("Turn about line of sight %1\u00b0")
+            .arg(signedAmount(shortestDegrees(viewRingRadians(*m_dragger))));
     default:
-        return tr("Drag pose");
+        break;
     }
+    return tr("Drag pose");
 }
 
 void PoseHistory::push(const osg::Matrixd& before, const osg::Matrixd& after, const QString& text)
