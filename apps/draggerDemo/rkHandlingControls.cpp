@@ -4,6 +4,7 @@
 #include "rkFrameDragger.h"
 #include "rkOsgViewWidget.h"
 #include "rkThreeAxisDragger.h"
+#include "rkViewRing.h"
 
 #include <QAction>
 #include <QDoubleSpinBox>
@@ -184,12 +185,11 @@ QString RkHandlingControls::dragText() const
         return tr("%1 plane %2 mm").arg(kPlaneNames[axis]).arg(movedMillimetres, 0, 'f', 1);
     case Rk::ExtraHandlesDragger::SCREEN_DRAG_MODE:
         return tr("Screen %1 mm").arg(movedMillimetres, 0, 'f', 1);
-    case Rk::ExtraHandlesDragger::VIEW_RING_DRAG_MODE: {
-        double radians = 0.0;
-        osg::Vec3d turnAxis;
-        (start.getRotate().inverse() * now.getRotate()).getRotate(radians, turnAxis);
-        return tr("View ring %1°").arg(osg::RadiansToDegrees(radians), 0, 'f', 1);
-    }
+    case Rk::ExtraHandlesDragger::VIEW_RING_DRAG_MODE:
+        // Counter-clockwise as the user sees it counts positive.
+        return signedText(
+            "View ring",
+            osg::RadiansToDegrees(m_dragger->extraHandles()->viewRing()->turnedRadians()), "°");
     default:
         return QString();
     }
