@@ -475,6 +475,28 @@ TEST_F(DemoMainWindow, MoreHandlesToggleRemovesAndRestoresTheOptionalHandles)
     auto* undo = window->findChild<QAction*>("undoAction");
     ASSERT_NE(undo, nullptr);
     EXPECT_TRUE(undo->text().contains("Move in XY plane")) << undo->text().toStdString();
+
+    // The view ring, grabbed on its lower left where no other handle lies
+    // and turned clockwise: the status bar counts the turn negative.
+    RkOsgViewWidget* view = window->view();
+    const QPointF centre = view->project(hostPosition());
+    // The rings' screen units are 50 logical pixels each.
+    const double radius = RkDemoMainWindow::GIZMO_RING_RADIUS * 50.0 *
+                          Rk::ExtraHandlesDragger::VIEW_RING_RADIUS_FACTOR;
+    auto around = [&](double degrees) {
+        const double radians = osg::DegreesToRadians(degrees);
+        return (centre + QPointF(std::cos(radians), -std::sin(radians)) * radius).toPoint();
+    };
+    QTest::mousePress(view, Qt::LeftButton, {}, around(225));
+    for (int step = 1; step <= 3; ++step) {
+        QTest::mouseMove(view, around(225 - 10 * step));
+        QTest::qWait(30);
+    }
+    QTest::qWait(kSettleMs);
+    EXPECT_EQ(window->frameDragger()->dragMode(), Rk::ExtraHandlesDragger::VIEW_RING_DRAG_MODE);
+    const QString turning = window->statusBar()->currentMessage();
+    EXPECT_TRUE(turning.startsWith("View ring -")) << turning.toStdString();
+    QTest::mouseRelease(view, Qt::LeftButton, {}, around(195));
 }
 
 TEST(DemoCommandLine, ScreenshotIsAPictureWithTheThreeHandleColours)
