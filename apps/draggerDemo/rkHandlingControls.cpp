@@ -3,8 +3,6 @@
 #include "rkExtraHandlesDragger.h"
 #include "rkFrameDragger.h"
 #include "rkOsgViewWidget.h"
-#include "rkThreeAxisDragger.h"
-#include "rkViewRing.h"
 
 #include <QAction>
 #include <QDoubleSpinBox>
@@ -169,27 +167,21 @@ void RkHandlingControls::showGrabCursor()
 QString RkHandlingControls::dragText() const
 {
     const Rk::Composite3DDragger::AxisEnum axis = m_dragger->activeAxis();
-    const osg::Matrixd& start = m_dragger->dragStartMatrix();
-    const osg::Matrixd& now = m_dragger->getMatrix();
-    const double movedMillimetres =
-        (now.getTrans() - start.getTrans()).length() * kMillimetresPerMetre;
+    // Metres or radians, signed along an arrow, round a ring and round the
+    // view ring (counter-clockwise as the user sees it counts positive).
+    const double value = m_dragger->commandValueOfDrag();
+    const double millimetres = value * kMillimetresPerMetre;
     switch (m_dragger->dragMode()) {
     case Rk::TranslateDragger::TRANSLATION_DRAG_MODE:
-        return signedText(kAxisNames[axis],
-                          Rk::commandDistance(start, now, axis) * kMillimetresPerMetre, " mm");
+        return signedText(kAxisNames[axis], millimetres, " mm");
     case Rk::RotateDragger::ROTATION_DRAG_MODE:
-        return signedText(
-            kAxisNames[axis],
-            osg::RadiansToDegrees(Rk::commandAngle(start.getRotate(), now.getRotate(), axis)), "°");
+        return signedText(kAxisNames[axis], osg::RadiansToDegrees(value), "°");
     case Rk::ExtraHandlesDragger::PLANE_DRAG_MODE:
-        return tr("%1 plane %2 mm").arg(kPlaneNames[axis]).arg(movedMillimetres, 0, 'f', 1);
+        return tr("%1 plane %2 mm").arg(kPlaneNames[axis]).arg(millimetres, 0, 'f', 1);
     case Rk::ExtraHandlesDragger::SCREEN_DRAG_MODE:
-        return tr("Screen %1 mm").arg(movedMillimetres, 0, 'f', 1);
+        return tr("Screen %1 mm").arg(millimetres, 0, 'f', 1);
     case Rk::ExtraHandlesDragger::VIEW_RING_DRAG_MODE:
-        // Counter-clockwise as the user sees it counts positive.
-        return signedText(
-            "View ring",
-            osg::RadiansToDegrees(m_dragger->extraHandles()->viewRing()->turnedRadians()), "°");
+        return signedText("View ring", osg::RadiansToDegrees(value), "°");
     default:
         return QString();
     }

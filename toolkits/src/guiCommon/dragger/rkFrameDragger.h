@@ -109,6 +109,13 @@ public:
     RotateDragger* rotateDragger() const { return m_rotateDragger.get(); }
     /// The third child with the optional handles, or null when none are built.
     ExtraHandlesDragger* extraHandles() const { return m_extraHandles.get(); }
+    /// What the drag under way (after its release: the last drag) amounts
+    /// to, as a deferred drag reports it in its command value: the distance
+    /// along the grabbed axis (arrows, metres), the angle about it (rings,
+    /// radians), the distance moved (plane and screen handles, metres) or
+    /// the angle turned, counter-clockwise as the viewer sees it (view ring,
+    /// radians). For any other drag mode, the command value.
+    double commandValueOfDrag() const;
 
 protected:
     ~FrameDragger() override;
@@ -122,7 +129,6 @@ private:
     void dragged();
     void released();
     void reseatOnReferenceFrame();
-    double commandValueOfDrag() const;
     bool dragsAHandle() const;
     bool isFlatChild(const osg::Node* child) const;
 

@@ -7,7 +7,6 @@
 #include "rkRotateDragger.h"
 #include "rkThreeAxisDragger.h"
 #include "rkTranslateDragger.h"
-#include "rkViewRing.h"
 
 #include <QTimer>
 #include <QUndoStack>
@@ -68,12 +67,11 @@ QString planeName(Composite3DDragger::AxisEnum normal)
     return QString::fromLatin1(kNames[normal]);
 }
 
-// The signed turn of a frame dragger's view ring since its last press.
+// The signed turn of a frame dragger's view ring in its last drag.
 double viewRingRadians(const Composite3DDragger& dragger)
 {
     const auto* frame = dynamic_cast<const FrameDragger*>(&dragger);
-    const ExtraHandlesDragger* extra = frame ? frame->extraHandles() : nullptr;
-    return extra && extra->viewRing() ? extra->viewRing()->turnedRadians() : 0.0;
+    return frame ? frame->commandValueOfDrag() : 0.0;
 }
 
 // One decimal with its sign, never "-0.0".

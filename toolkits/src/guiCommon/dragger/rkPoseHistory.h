@@ -32,8 +32,9 @@ class DraggerDlg;
 ///   +15.0°" (degrees, -180 to 180); for a frame dragger's optional handles
 ///   "Move in XY plane 12.0 mm" and "Move in view plane 12.0 mm" (the
 ///   distance moved) and "Turn about line of sight +15.0°" (counter-clockwise
-///   as the viewer saw it, as the view ring's command value). A drag that leaves the pose as it was
-///   (a press without motion) and a cancelled drag record nothing;
+///   as the viewer saw it, as the view ring's command value). A drag that
+///   leaves the pose as it was (a press without motion) and a cancelled drag
+///   record nothing;
 /// - a pose typed into a dialog given to `trackDialog`: "Typed pose";
 /// - a change the host made itself, given to `recordHostChange`.
 ///
