@@ -301,9 +301,9 @@ private:
     {
         const osgGA::GUIEventAdapter::EventType type = event.getEventType();
         return _activationMouseButtonMask != 0 && getDraggerActive() &&
-               (type == osgGA::GUIEventAdapter::PUSH ||
-                (type == osgGA::GUIEventAdapter::RELEASE && event.getButton() != 0)) &&
-               event.getButton() != m_dragButton;
+               ((type == osgGA::GUIEventAdapter::PUSH && event.getButton() != m_dragButton) ||
+                (type == osgGA::GUIEventAdapter::RELEASE &&
+                 !DragCancel::releasesDragButton(event, m_dragButton)));
     }
     bool modifiersActivate(const osgGA::GUIEventAdapter& event) const
     {

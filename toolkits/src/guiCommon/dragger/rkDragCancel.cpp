@@ -27,9 +27,7 @@ bool DragCancel::swallowed(const osgGA::GUIEventAdapter& event, int dragButton)
 {
     if (!m_afterCancel)
         return false;
-    const int button = event.getButton();
-    if (event.getEventType() == osgGA::GUIEventAdapter::RELEASE &&
-        (button == 0 || button == dragButton))
+    if (releasesDragButton(event, dragButton))
         m_afterCancel = false;
     return true;
 }

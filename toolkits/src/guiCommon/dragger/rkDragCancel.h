@@ -46,6 +46,13 @@ public:
     /// button), ends this; another button's release (the click that
     /// cancelled, say) is taken too and leaves the drag's button taken.
     bool swallowed(const osgGA::GUIEventAdapter& event, int dragButton);
+    /// Whether `event` releases the drag's button `dragButton`, or is a
+    /// release that names no button (which ends any drag).
+    static bool releasesDragButton(const osgGA::GUIEventAdapter& event, int dragButton)
+    {
+        return event.getEventType() == osgGA::GUIEventAdapter::RELEASE &&
+               (event.getButton() == 0 || event.getButton() == dragButton);
+    }
 
 private:
     static void releaseHandles(osgManipulator::CompositeDragger& dragger);
