@@ -153,6 +153,19 @@ TEST_F(DemoMainWindow, TheXArrowLightsUpUntilThePointerLeavesAndDraggingItInEith
             EXPECT_TRUE(window->grab().save(picture, "PNG"));
         }
         EXPECT_TRUE(QTest::qWaitFor([&] { return view->cursor().shape() == Qt::OpenHandCursor; }));
+        // The host moves the tool away from the resting pointer and back:
+        // the highlight follows without a pointer move.
+        const osg::Matrixd pose = window->plugin().endEffectorPose();
+        moveToolUnder(QPoint(20, 20));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !window->frameDragger()->hoveredHandle(); },
+                                    kHoverWaitMs));
+        window->plugin().setEndEffectorPose(pose);
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] {
+                return window->frameDragger()->hoveredHandle() ==
+                       window->frameDragger()->translateDragger()->xDragger();
+            },
+            kHoverWaitMs));
         QEvent leave(QEvent::Leave);
         QCoreApplication::sendEvent(view, &leave);
         EXPECT_TRUE(QTest::qWaitFor([&] { return !window->frameDragger()->hoveredHandle(); },

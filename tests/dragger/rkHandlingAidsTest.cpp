@@ -369,13 +369,15 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
     EXPECT_EQ(dragger->hoveredHandle(), nullptr);
     EXPECT_EQ(hoverChanges.count(), 1);
 
-    // The gizmo, a transform above it or the camera moving under a resting
-    // pointer is seen at the next pointer move, from the first one on.
+    // A move of the camera, of the host's pose, of a transform above the
+    // gizmo or of its scale is seen by the first pointer move after it, and
+    // under a resting pointer by the next frame.
     const osg::Matrixd away = osg::Matrixd::translate(4.0, 2.0, 0.0);
     osg::ref_ptr<osg::MatrixTransform> above;
     const std::pair<const char*, std::function<void(bool)>> moves[] = {
         {"transform above", [&](bool on) { above->setMatrix(on ? away : osg::Matrixd()); }},
-        {"gizmo", [&](bool on) { dragger->setMatrix(on ? away : osg::Matrixd()); }},
+        {"host's pose", [&](bool on) { store.pose = on ? away : osg::Matrixd(); }},
+        {"scale", [&](bool on) { dragger->setScale(on ? 0.3 : 1.0); }},
         {"camera",
          [&](bool on) {
              const osg::Vec3d shift = on ? away.getTrans() : osg::Vec3d();
@@ -390,12 +392,35 @@ TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)
         harness.root()->replaceChild(dragger.get(), above.get());
         above->addChild(dragger.get());
         moveAway(true);
+        harness.frame();
         harness.move(onXArrow);
         EXPECT_EQ(dragger->hoveredHandle(), nullptr);
         moveAway(false);
-        harness.move(onXArrow);
-        EXPECT_EQ(dragger->hoveredHandle(), arrow(0));
+        harness.frame();
+        EXPECT_EQ(dragger->hoveredHandle(), arrow(0)) << "moved under the resting pointer";
+        moveAway(true);
+        harness.frame();
+        EXPECT_EQ(dragger->hoveredHandle(), nullptr) << "moved away from the resting pointer";
+        moveAway(false);
     }
+    // Only the frames of the view that the pointer rests in judge again.
+    second.root()->addChild(dragger.get());
+    second.move(onXArrow);
+    ASSERT_EQ(dragger->hoveredHandle(), arrow(0));
+    store.pose = away;
+    harness.frame();
+    EXPECT_EQ(dragger->hoveredHandle(), arrow(0)) << "the pointer rests in the other view";
+    second.frame();
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    second.root()->removeChild(dragger.get());
+    // A button held where the pointer rests (a press on empty space) waits for its release.
+    harness.move(onXArrow);
+    EXPECT_FALSE(harness.press(onXArrow));
+    store.pose = osg::Matrixd();
+    harness.frame();
+    EXPECT_EQ(dragger->hoveredHandle(), nullptr);
+    harness.release(onXArrow);
+    EXPECT_EQ(dragger->hoveredHandle(), arrow(0));
 }
 
 TEST_F(HandlingAidsTest, HandlesSeenAlongTheirMotionFadeAndCannotBeGrabbed)

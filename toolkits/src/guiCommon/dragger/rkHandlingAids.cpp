@@ -73,6 +73,7 @@ void HandlingAids::setViewAngleLimit(double degrees)
 
 void HandlingAids::clearHover()
 {
+    m_resting.forget();
     showHover(nullptr);
 }
 
@@ -111,15 +112,17 @@ void HandlingAids::beforeEventAided(const osgGA::GUIEventAdapter& event, osgView
     switch (event.getEventType()) {
     case osgGA::GUIEventAdapter::FRAME:
         fadeFor(*view);
+        // A faded handle can be taken by no press; what else the pointer
+        // rests on is judged after the follow (see afterEventAided).
         if (m_fader.faded(m_hover.hovered()))
-            clearHover();
+            showHover(nullptr);
         break;
     case osgGA::GUIEventAdapter::MOVE:
         // Several views may show the dragger: a pointer event picks with the
         // fading of the view it comes from, whichever view drew last.
         fadeFor(*view);
         if (m_hoverHighlight)
-            showHover(pressMayStart(event) ? pressTarget(event, *view) : nullptr);
+            hoverAt(event, *view);
         break;
     case osgGA::GUIEventAdapter::PUSH:
         // A press that this dragger will not take (taken before it, or of a
@@ -171,6 +174,14 @@ void HandlingAids::fadeFor(osgViewer::View& view)
 
 void HandlingAids::afterEventAided(const osgGA::GUIEventAdapter& event, osgViewer::View& view)
 {
+    // A frame event carries the view's last pointer position: a camera or a
+    // gizmo (followed to the host's pose just now) that moved under a
+    // resting pointer is judged again there.
+    if (event.getEventType() == osgGA::GUIEventAdapter::FRAME) {
+        if (m_resting.restsAt(event, view) && m_resting.sceneMoved(sceneUnderPointer(view)))
+            hoverAt(event, view);
+        return;
+    }
     if (event.getEventType() == osgGA::GUIEventAdapter::PUSH) {
         showHover(m_owner.getDraggerActive() ? activeHandle() : nullptr);
         return;
@@ -179,7 +190,23 @@ void HandlingAids::afterEventAided(const osgGA::GUIEventAdapter& event, osgViewe
         return;
     // The release gave the handle its own colour back.
     m_hover.adoptShownColour();
-    showHover(pressTarget(event, view));
+    hoverAt(event, view);
+}
+
+void HandlingAids::hoverAt(const osgGA::GUIEventAdapter& event, osgViewer::View& view)
+{
+    showHover(pressMayStart(event) ? pressTarget(event, view) : nullptr);
+    m_resting.judged(event, view, sceneUnderPointer(view));
+}
+
+RestingPointer::Scene HandlingAids::sceneUnderPointer(osgViewer::View& view) const
+{
+    RestingPointer::Scene scene;
+    const osg::Camera* above = nullptr;
+    scene.ownerToWorld = WindowProjection::localToWorld(m_owner, &above);
+    scene.camera = pickCamera(above, view);
+    scene.scale = m_owner.scale();
+    return scene;
 }
 
 osgManipulator::Dragger* HandlingAids::activeHandle() const

@@ -4,6 +4,7 @@
 #include "rkHandleFader.h"
 #include "rkHandleHover.h"
 #include "rkHandleShapes.h"
+#include "rkRestingPointer.h"
 
 #include <osg/NodeVisitor>
 
@@ -60,7 +61,9 @@ public:
             beforeEventAided(event, view);
     }
     /// After the composite handled an event: the grabbed handle stays
-    /// highlighted from its press to its release, and the release looks again.
+    /// highlighted from its press to its release, the release looks again,
+    /// and so does a frame event when the camera or the owner moved under a
+    /// resting pointer.
     void afterEvent(const osgGA::GUIEventAdapter& event, osgViewer::View& view)
     {
         if (m_hoverHighlight)
@@ -70,7 +73,8 @@ public:
     /// handle within the tolerance of the pointer, unless the pick found
     /// another dragger or anything nearer than that handle under the pointer.
     bool nearbyGrab(const osgGA::GUIEventAdapter& event, osgViewer::View& view, Grab& grab);
-    /// Removes the highlight (hidden or disabled owner).
+    /// Removes the highlight (hidden or disabled owner) until the next
+    /// pointer move.
     void clearHover();
 
 private:
@@ -94,6 +98,9 @@ private:
     osg::Camera* cameraOf(osgViewer::View& view) const;
     static osg::Camera* pickCamera(const osg::Camera* above, osgViewer::View& view);
     void showHover(osgManipulator::Dragger* target);
+    /// Judges the highlight for the pointer of `event` and remembers where.
+    void hoverAt(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
+    RestingPointer::Scene sceneUnderPointer(osgViewer::View& view) const;
 
     // The options first: every event reads them.
     Composite3DDragger& m_owner;
@@ -111,6 +118,7 @@ private:
     std::size_t m_nextSeenFrame = 0;
     HandleShapes m_shapes;
     HandleHover m_hover;
+    RestingPointer m_resting;
     HandleFader m_fader;
 };
 

@@ -1,0 +1,77 @@
+#ifndef RK_RESTING_POINTER_H
+#define RK_RESTING_POINTER_H
+
+#include "rkCameraState.h"
+
+#include <osg/Matrixd>
+
+namespace osg {
+class Camera;
+}
+namespace osgGA {
+class GUIEventAdapter;
+}
+namespace osgViewer {
+class View;
+}
+
+namespace Rk {
+
+/// Where the pointer rested when a dragger's hover highlight was last judged,
+/// and what lay under it then.
+///
+/// A highlight judged at a pointer move goes stale when the camera moves
+/// (a wheel zoom, the host's camera animation) or the dragger moves (the
+/// host's pose, a transform above it, its scale) while the pointer rests.
+/// Every frame event of a viewer carries the pointer position, button mask
+/// and range of that viewer's last pointer event; a frame event that finds
+/// the pointer where it was judged, with no button held, and the scene under
+/// it moved, asks for the highlight to be judged again there.
+///
+/// Views are only compared, never dereferenced: a remembered view that was
+/// destroyed can only fail to match.
+class RestingPointer
+{
+public:
+    /// What a hover pick sees under a resting pointer: the camera it picks
+    /// through (in its current state) and the dragger's placement.
+    struct Scene
+    {
+        const osg::Camera* camera = nullptr;
+        osg::Matrixd ownerToWorld;
+        double scale = 0.0;
+    };
+
+    /// The highlight was judged for the pointer of `event` in `view`, over `scene`.
+    void judged(const osgGA::GUIEventAdapter& event, const osgViewer::View& view,
+                const Scene& scene);
+    /// Nothing to judge again until the next `judged` (the highlight was
+    /// cleared for a reason a frame cannot undo).
+    void forget() { m_view = nullptr; }
+
+    /// Whether the frame event `frame` of `view` finds the pointer resting
+    /// where it was judged: the same view, position and range, no button
+    /// held, and a later traversal of the view's viewer than the judged
+    /// event's (the frame event of that very traversal finds nothing new).
+    bool restsAt(const osgGA::GUIEventAdapter& frame, const osgViewer::View& view) const;
+    /// Whether `scene` differs from the one judged last (the camera, its
+    /// matrices or viewport, the placement or the scale); if so it becomes
+    /// the judged one.
+    bool sceneMoved(const Scene& scene);
+
+private:
+    const osgViewer::View* m_view = nullptr;
+    unsigned int m_frameNumber = 0;
+    float m_x = 0.0f;
+    float m_y = 0.0f;
+    float m_xMax = 0.0f;
+    float m_yMax = 0.0f;
+    const osg::Camera* m_camera = nullptr;
+    CameraState m_cameraState;
+    osg::Matrixd m_ownerToWorld;
+    double m_scale = 0.0;
+};
+
+} // namespace Rk
+
+#endif
