@@ -33,17 +33,14 @@ osg::Vec2d besideXArrow(RkTest::ViewerHarness& harness, double pixels)
     return at + osg::Vec2d(-along.y(), along.x()) * pixels;
 }
 
-// Argument 0: the number of gizmos in the scene; argument 1: whether their
-// hover is on; argument 2: where the others sit: 0 around the first one, in
-// front of it and beside it (the pick ray passes several of them), 1 small
-// and elsewhere, as in the crowded press benchmark. The pointer moves back
-// and forth along the first one's X arrow.
-void BM_HoverMove_FrameXArrow(benchmark::State& state)
+/// `count` gizmos with the demo's aids in `harness`, their hover on or off:
+/// the first at the origin, the others around it, in front of it and beside
+/// it (the pick ray passes several of them), or else small and elsewhere, as
+/// in the crowded press benchmark.
+std::vector<osg::ref_ptr<Rk::FrameDragger>> placeGizmos(RkTest::ViewerHarness& harness,
+                                                        std::vector<PoseStore>& stores, bool hover,
+                                                        bool elsewhere)
 {
-    const bool hover = state.range(1) != 0;
-    const bool elsewhere = state.range(2) != 0;
-    RkTest::ViewerHarness harness(kEye);
-    std::vector<PoseStore> stores(std::size_t(state.range(0)));
     std::vector<osg::ref_ptr<Rk::FrameDragger>> draggers;
     for (std::size_t i = 0; i < stores.size(); ++i) {
         draggers.push_back(makeAidedDragger(stores[i]));
@@ -59,6 +56,20 @@ void BM_HoverMove_FrameXArrow(benchmark::State& state)
         draggers.back()->setMatrix(stores[i].pose);
         harness.root()->addChild(draggers.back().get());
     }
+    return draggers;
+}
+
+// Argument 0: the number of gizmos in the scene; argument 1: whether their
+// hover is on; argument 2: where the others sit: 0 around the first one, 1
+// small and elsewhere (see placeGizmos). The pointer moves back and forth
+// along the first one's X arrow.
+void BM_HoverMove_FrameXArrow(benchmark::State& state)
+{
+    const bool hover = state.range(1) != 0;
+    RkTest::ViewerHarness harness(kEye);
+    std::vector<PoseStore> stores(std::size_t(state.range(0)));
+    const std::vector<osg::ref_ptr<Rk::FrameDragger>> draggers =
+        placeGizmos(harness, stores, hover, state.range(2) != 0);
     const osg::Vec2d points[] = {harness.project(kXArrowPoint), harness.project(kXArrowDragPoint)};
     harness.move(points[0]);
     if (hover && draggers[0]->hoveredHandle() != draggers[0]->translateDragger()->xDragger()) {
@@ -78,6 +89,37 @@ BENCHMARK(BM_HoverMove_FrameXArrow)
     ->Args({1, 0, 0})
     ->Args({100, 0, 0})
     ->ArgNames({"draggers", "hover", "elsewhere"});
+
+// A frame while the pointer rests on the first gizmo's X arrow, every gizmo
+// with hover on (placed as in BM_HoverMove_FrameXArrow, elsewhere). Argument
+// 0: the number of gizmos; argument 1: whether the camera moves at every
+// frame (a zoom, say), so that every gizmo looks again under the pointer.
+void BM_HoverRestingFrame_FrameXArrow(benchmark::State& state)
+{
+    const bool cameraMoves = state.range(1) != 0;
+    RkTest::ViewerHarness harness(kEye);
+    std::vector<PoseStore> stores(std::size_t(state.range(0)));
+    const std::vector<osg::ref_ptr<Rk::FrameDragger>> draggers =
+        placeGizmos(harness, stores, true, true);
+    harness.move(harness.project(kXArrowPoint));
+    const osg::Vec3d eyes[] = {kEye, kEye * 1.001};
+    int next = 1;
+    for (auto _ : state) {
+        if (cameraMoves) {
+            harness.lookAt(eyes[next], osg::Vec3d(), osg::Z_AXIS);
+            next = 1 - next;
+        }
+        harness.frame();
+    }
+    if (draggers[0]->hoveredHandle() != draggers[0]->translateDragger()->xDragger())
+        state.SkipWithError("the X arrow is not highlighted");
+}
+BENCHMARK(BM_HoverRestingFrame_FrameXArrow)
+    ->Args({1, 0})
+    ->Args({100, 0})
+    ->Args({1, 1})
+    ->Args({100, 1})
+    ->ArgNames({"draggers", "cameraMoves"});
 
 void BM_PressRelease_FrameXArrowBeside(benchmark::State& state)
 {

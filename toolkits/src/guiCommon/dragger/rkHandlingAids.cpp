@@ -178,7 +178,8 @@ void HandlingAids::afterEventAided(const osgGA::GUIEventAdapter& event, osgViewe
     // gizmo (followed to the host's pose just now) that moved under a
     // resting pointer is judged again there.
     if (event.getEventType() == osgGA::GUIEventAdapter::FRAME) {
-        if (m_resting.restsAt(event, view) && m_resting.sceneMoved(sceneUnderPointer(view)))
+        if (m_resting.restsAt(event, view) &&
+            (!m_resting.wasNear() || m_resting.sceneMoved(sceneUnderPointer(view))))
             hoverAt(event, view);
         return;
     }
@@ -195,18 +196,21 @@ void HandlingAids::afterEventAided(const osgGA::GUIEventAdapter& event, osgViewe
 
 void HandlingAids::hoverAt(const osgGA::GUIEventAdapter& event, osgViewer::View& view)
 {
+    m_resting.judged(event, view);
     showHover(pressMayStart(event) ? pressTarget(event, view) : nullptr);
-    m_resting.judged(event, view, sceneUnderPointer(view));
 }
 
 RestingPointer::Scene HandlingAids::sceneUnderPointer(osgViewer::View& view) const
 {
-    RestingPointer::Scene scene;
     const osg::Camera* above = nullptr;
-    scene.ownerToWorld = WindowProjection::localToWorld(m_owner, &above);
-    scene.camera = pickCamera(above, view);
-    scene.scale = m_owner.scale();
-    return scene;
+    const osg::Matrixd toWorld = WindowProjection::parentToWorld(m_owner, &above);
+    return sceneOf(pickCamera(above, view), toWorld);
+}
+
+RestingPointer::Scene HandlingAids::sceneOf(const osg::Camera* camera,
+                                            const osg::Matrixd& parentToWorld) const
+{
+    return {camera, parentToWorld, m_owner.getMatrix(), m_owner.scale()};
 }
 
 osgManipulator::Dragger* HandlingAids::activeHandle() const
@@ -223,10 +227,12 @@ osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter&
     // One walk up the scene gives both the camera and the owner's placement.
     const osg::Camera* above = nullptr;
     const osg::Matrixd toWorld = WindowProjection::parentToWorld(m_owner, &above);
-    const WindowProjection& projection = WindowProjection::of(pickCamera(above, view), event);
+    const osg::Camera* camera = pickCamera(above, view);
+    const WindowProjection& projection = WindowProjection::of(camera, event);
     if (!projection.valid || !insideEventRange(event) ||
         !m_shapes.nearOwner(projection, toWorld, m_pickTolerance))
         return nullptr;
+    m_resting.near(sceneOf(camera, toWorld));
     const auto* front = PickCache::frontHitOf(&m_owner, view, event, m_owner.getIntersectionMask());
     if (front)
         return m_shapes.handleIn(front->nodePath);

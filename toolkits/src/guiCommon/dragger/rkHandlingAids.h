@@ -92,6 +92,8 @@ private:
     void fadeFor(osgViewer::View& view);
     HandleShapes::Nearest nearbyHandle(const osgGA::GUIEventAdapter& event, osgViewer::View& view,
                                        const WindowProjection& projection);
+    /// The handle a press at `event` would take; tells the resting pointer
+    /// when the owner is near the pointer, and over what scene.
     osgManipulator::Dragger* pressTarget(const osgGA::GUIEventAdapter& event,
                                          osgViewer::View& view);
     osgManipulator::Dragger* activeHandle() const;
@@ -101,6 +103,8 @@ private:
     /// Judges the highlight for the pointer of `event` and remembers where.
     void hoverAt(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
     RestingPointer::Scene sceneUnderPointer(osgViewer::View& view) const;
+    RestingPointer::Scene sceneOf(const osg::Camera* camera,
+                                  const osg::Matrixd& parentToWorld) const;
 
     // The options first: every event reads them.
     Composite3DDragger& m_owner;

@@ -18,8 +18,7 @@ unsigned int frameNumberOf(const osgViewer::View& view)
 
 } // namespace
 
-void RestingPointer::judged(const osgGA::GUIEventAdapter& event, const osgViewer::View& view,
-                            const Scene& scene)
+void RestingPointer::judged(const osgGA::GUIEventAdapter& event, const osgViewer::View& view)
 {
     m_view = &view;
     m_frameNumber = frameNumberOf(view);
@@ -27,8 +26,17 @@ void RestingPointer::judged(const osgGA::GUIEventAdapter& event, const osgViewer
     m_y = event.getY();
     m_xMax = event.getXmax();
     m_yMax = event.getYmax();
-    m_camera = nullptr;
-    sceneMoved(scene);
+    m_near = false;
+}
+
+void RestingPointer::near(const Scene& scene)
+{
+    m_near = true;
+    m_camera = scene.camera;
+    m_cameraState = scene.camera ? CameraState(*scene.camera) : CameraState();
+    m_parentToWorld = scene.parentToWorld;
+    m_matrix = scene.matrix;
+    m_scale = scene.scale;
 }
 
 bool RestingPointer::restsAt(const osgGA::GUIEventAdapter& frame, const osgViewer::View& view) const
@@ -38,18 +46,11 @@ bool RestingPointer::restsAt(const osgGA::GUIEventAdapter& frame, const osgViewe
            frameNumberOf(view) != m_frameNumber;
 }
 
-bool RestingPointer::sceneMoved(const Scene& scene)
+bool RestingPointer::sceneMoved(const Scene& scene) const
 {
-    const bool same = scene.camera && scene.camera == m_camera &&
-                      m_cameraState.describes(*scene.camera) &&
-                      sameBits(scene.ownerToWorld, m_ownerToWorld) && scene.scale == m_scale;
-    if (same)
-        return false;
-    m_camera = scene.camera;
-    m_cameraState = scene.camera ? CameraState(*scene.camera) : CameraState();
-    m_ownerToWorld = scene.ownerToWorld;
-    m_scale = scene.scale;
-    return true;
+    return !scene.camera || scene.camera != m_camera || !m_cameraState.describes(*scene.camera) ||
+           !sameBits(scene.parentToWorld, m_parentToWorld) || !sameBits(scene.matrix, m_matrix) ||
+           scene.scale != m_scale;
 }
 
 } // namespace Rk

@@ -24,9 +24,11 @@ namespace Rk {
 /// (a wheel zoom, the host's camera animation) or the dragger moves (the
 /// host's pose, a transform above it, its scale) while the pointer rests.
 /// Every frame event of a viewer carries the pointer position, button mask
-/// and range of that viewer's last pointer event; a frame event that finds
-/// the pointer where it was judged, with no button held, and the scene under
-/// it moved, asks for the highlight to be judged again there.
+/// and range of that viewer's last pointer event: a frame event that finds
+/// the pointer resting where it was judged judges again when the dragger was
+/// near the pointer and the scene under it moved since, and always when the
+/// dragger was not near (a test of its image that costs less than
+/// remembering the scene of every dragger at every pointer move).
 ///
 /// Views are only compared, never dereferenced: a remembered view that was
 /// destroyed can only fail to match.
@@ -38,13 +40,16 @@ public:
     struct Scene
     {
         const osg::Camera* camera = nullptr;
-        osg::Matrixd ownerToWorld;
+        osg::Matrixd parentToWorld;
+        osg::Matrixd matrix;
         double scale = 0.0;
     };
 
-    /// The highlight was judged for the pointer of `event` in `view`, over `scene`.
-    void judged(const osgGA::GUIEventAdapter& event, const osgViewer::View& view,
-                const Scene& scene);
+    /// The highlight is being judged for the pointer of `event` in `view`;
+    /// the dragger counts as not near the pointer until `near`.
+    void judged(const osgGA::GUIEventAdapter& event, const osgViewer::View& view);
+    /// The dragger is near the pointer just judged, over `scene`.
+    void near(const Scene& scene);
     /// Nothing to judge again until the next `judged` (the highlight was
     /// cleared for a reason a frame cannot undo).
     void forget() { m_view = nullptr; }
@@ -54,10 +59,11 @@ public:
     /// held, and a later traversal of the view's viewer than the judged
     /// event's (the frame event of that very traversal finds nothing new).
     bool restsAt(const osgGA::GUIEventAdapter& frame, const osgViewer::View& view) const;
-    /// Whether `scene` differs from the one judged last (the camera, its
-    /// matrices or viewport, the placement or the scale); if so it becomes
-    /// the judged one.
-    bool sceneMoved(const Scene& scene);
+    /// Whether the dragger was near the judged pointer.
+    bool wasNear() const { return m_near; }
+    /// Whether `scene` differs from the one remembered by `near`: another
+    /// camera or one in another state, another placement or scale.
+    bool sceneMoved(const Scene& scene) const;
 
 private:
     const osgViewer::View* m_view = nullptr;
@@ -66,9 +72,11 @@ private:
     float m_y = 0.0f;
     float m_xMax = 0.0f;
     float m_yMax = 0.0f;
+    bool m_near = false;
     const osg::Camera* m_camera = nullptr;
     CameraState m_cameraState;
-    osg::Matrixd m_ownerToWorld;
+    osg::Matrixd m_parentToWorld;
+    osg::Matrixd m_matrix;
     double m_scale = 0.0;
 };
 
