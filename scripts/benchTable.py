@@ -53,6 +53,10 @@ ROWS.append(("Hover move, 100 gizmos (99 small and elsewhere) vs 1 gizmo",
              HOVER.format(100, 1, 1), HOVER.format(1, 1, 0), ("ratio", 2.0)))
 ROWS.append(("Pointer move without hover, 100 gizmos vs 1 gizmo", HOVER.format(100, 0, 0),
              HOVER.format(1, 0, 0), None))
+RESTING = "BM_HoverRestingFrame_FrameXArrow/draggers:{}/cameraMoves:{}"
+for moves in (0, 1):
+    ROWS.append((f"Hover, frame under a resting pointer, camera {'moving' if moves else 'still'}, "
+                 "100 gizmos vs 1", RESTING.format(100, moves), RESTING.format(1, moves), None))
 ROWS.append(("Press + release beside the X arrow (tolerance) vs on it",
              "BM_PressRelease_FrameXArrowBeside", "BM_PressRelease_FrameXArrow",
              ("ratio", 1.2)))
