@@ -1,4 +1,5 @@
 #include "rkFrameDragger.h"
+#include "rkFacingTransform.h"
 #include "rkFinite.h"
 #include "rkGizmoTestHelpers.h"
 #include "rkPlugin.h"
@@ -6,6 +7,7 @@
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 #include <osg/ShapeDrawable>
+#include <osgUtil/CullVisitor>
 
 using Rk::Composite3DDragger;
 using Rk::FrameDragger;
@@ -230,6 +232,9 @@ namespace {
 using Rk::ExtraHandlesDragger;
 
 const double kPixelRowOffset = 1.0 + 1e-6;
+// The eye points of culls and picks are single precision.
+const double kFacingTolerance = 1e-6;
+const double kPickEyeTolerance = 0.005;
 
 /// A frame dragger with every optional handle.
 class ExtraHandlesTest : public ::testing::Test, public FrameScene
@@ -349,21 +354,66 @@ TEST_F(ExtraHandlesTest, ViewRingTurnsAboutTheLineOfSightByTheAngleRoundTheCentr
         const char* name;
         double degrees;
         int steps;
+        osg::Vec3d at;
+        bool orthographic;
     };
-    const Row rows[] = {
-        {"counter-clockwise", 40, 3}, {"clockwise", -30, 2}, {"past half a turn", 270, 9}};
+    const osg::Vec3d nearTheMiddle(0.2, 0.1, 0);
+    // Far to the right: the eye point lies 20 degrees off the line of sight there.
+    const osg::Vec3d farRight(2.24, 1.12, 0);
+    const Row rows[] = {{"counter-clockwise", 40, 3, nearTheMiddle, false},
+                        {"clockwise", -30, 2, nearTheMiddle, false},
+                        {"past half a turn", 270, 9, nearTheMiddle, false},
+                        {"orthographic, far off the view's axis", 50, 3, farRight, true}};
+    osg::Camera* camera = harness.viewer().getCamera();
+    const osg::Matrixd perspective = camera->getProjectionMatrix();
+    auto* facing =
+        static_cast<Rk::FacingTransform*>(dragger->extraHandles()->viewRing()->getChild(0));
+    const auto parentToWorld = [&] {
+        osg::NodePath path = facing->getParentalNodePaths()[0];
+        path.pop_back();
+        return osg::computeLocalToWorld(path);
+    };
+    // The way the ring faces in world axes, as the last cull or pick turned it.
+    const auto faces = [&](const osg::Matrixd& toWorld) {
+        osg::Vec3d normal =
+            osg::Matrixd::transform3x3(facing->facing() * osg::Vec3d(osg::Z_AXIS), toWorld);
+        normal.normalize();
+        return normal;
+    };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        store.pose = osg::Matrixd::translate(0.2, 0.1, 0);
+        if (row.orthographic)
+            camera->setProjectionMatrixAsOrtho(-4, 4, -3, 3, -100, 100);
+        store.pose = osg::Matrixd::translate(row.at);
         harness.frame();
         const osg::Vec3d axis = towardsEye();
+        // Drawn facing the viewer: this view's cull turns the ring so, and so
+        // does the press's pick.
+        const osg::Matrixd toWorld = parentToWorld();
+        osg::ref_ptr<osgUtil::CullVisitor> cull = new osgUtil::CullVisitor;
+        cull->pushViewport(camera->getViewport());
+        cull->pushProjectionMatrix(new osg::RefMatrix(camera->getProjectionMatrix()));
+        cull->pushModelViewMatrix(new osg::RefMatrix(toWorld * camera->getViewMatrix()),
+                                  osg::Transform::ABSOLUTE_RF);
+        osg::Matrix unused;
+        facing->computeLocalToWorldMatrix(unused, cull.get());
+        EXPECT_TRUE(closeTo(faces(toWorld), axis, kFacingTolerance)) << "drawn";
+        facing->computeLocalToWorldMatrix(unused, nullptr);
+        harness.press(aroundCentre(0, viewRingPixels()));
+        // A perspective pick's eye point is the pointer on the near plane,
+        // a little beside the camera's.
+        EXPECT_TRUE(
+            closeTo(faces(toWorld), axis, row.orthographic ? kFacingTolerance : kPickEyeTolerance))
+            << "picked";
+        harness.release(aroundCentre(0, viewRingPixels()));
         turnViewRing(row.degrees, row.steps);
         EXPECT_EQ(dragger->dragMode(), ExtraHandlesDragger::VIEW_RING_DRAG_MODE);
         EXPECT_EQ(dragger->activeAxis(), Composite3DDragger::NO_AXIS);
         harness.release(aroundCentre(row.degrees, viewRingPixels()));
         const osg::Quat expected(osg::DegreesToRadians(row.degrees), axis);
         EXPECT_TRUE(sameRotation(store.pose.getRotate(), expected, kAngleTolerance / 2));
-        EXPECT_TRUE(closeTo(store.pose.getTrans(), osg::Vec3d(0.2, 0.1, 0), 1e-6));
+        EXPECT_TRUE(closeTo(store.pose.getTrans(), row.at, 1e-6));
+        camera->setProjectionMatrix(perspective);
     }
 }
 

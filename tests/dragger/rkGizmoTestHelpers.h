@@ -144,7 +144,13 @@ struct SignalLog
 /// The unit direction from `centre` to the eye of `harness`'s camera.
 inline osg::Vec3d towardsEyeFrom(ViewerHarness& harness, const osg::Vec3d& centre)
 {
-    osg::Vec3d direction = harness.viewer().getCamera()->getInverseViewMatrix().getTrans() - centre;
+    const osg::Camera* camera = harness.viewer().getCamera();
+    const osg::Matrixd eyeToWorld = camera->getInverseViewMatrix();
+    // Every line of sight of an orthographic camera is parallel.
+    const bool orthographic = camera->getProjectionMatrix()(3, 3) == 1.0;
+    osg::Vec3d direction = orthographic
+                               ? osg::Matrixd::transform3x3(osg::Vec3d(osg::Z_AXIS), eyeToWorld)
+                               : eyeToWorld.getTrans() - centre;
     direction.normalize();
     return direction;
 }

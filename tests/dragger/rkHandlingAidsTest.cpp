@@ -214,6 +214,20 @@ TEST_F(HandlingAidsTest, PressesBesideAHandleGrabItWithinTheToleranceOnly)
     }
     dragger->setMatrix(home);
     store.pose = home;
+
+    // Through an orthographic camera, far to the right of its axis, the view
+    // ring faces back along the line of sight, and so do its shapes.
+    showExtraHandles(true);
+    osg::Camera* camera = harness.viewer().getCamera();
+    const osg::Matrixd perspective = camera->getProjectionMatrix();
+    camera->setProjectionMatrixAsOrtho(-4, 4, -3, 3, 0.1, 100);
+    store.pose = osg::Matrixd::translate(2.24, 1.12, 0);
+    harness.frame();
+    const osg::Vec2d outside = aroundCentre(0, viewRingPixels() + 5);
+    EXPECT_TRUE(harness.press(outside));
+    EXPECT_EQ(dragger->dragMode(), Rk::ExtraHandlesDragger::VIEW_RING_DRAG_MODE);
+    harness.release(outside);
+    camera->setProjectionMatrix(perspective);
 }
 
 TEST_F(HandlingAidsTest, PointerMovesHighlightTheHandleAPressWouldTake)

@@ -158,6 +158,13 @@ TEST(PickSegment, PicksFindTheSameHitsAsAFullTraversalForEveryPoseAndScale)
             << "the grid covers the gizmo";
         harness.root()->removeChild(dragger.get());
     }
+    // Through an orthographic camera, far off its axis: the view ring faces
+    // back along the line of sight, not towards the eye point.
+    harness.viewer().getCamera()->setProjectionMatrixAsOrtho(-4, 4, -3, 3, 0.1, 100);
+    osg::ref_ptr<FrameDragger> offAxis = shownFrameDragger(false, RkTest::kAllExtraHandles);
+    offAxis->setMatrix(osg::Matrixd::translate(2.24, 1.12, 0));
+    harness.root()->addChild(offAxis.get());
+    EXPECT_GT(expectSameHitsOverTheWindow(harness.viewer().getCamera()), 100);
 }
 
 namespace {

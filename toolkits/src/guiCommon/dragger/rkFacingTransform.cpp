@@ -1,8 +1,11 @@
 #include "rkFacingTransform.h"
 
 #include "rkFinite.h"
+#include "rkWindowProjection.h"
 
+#include <osg/CullStack>
 #include <osg/NodeVisitor>
+#include <osgUtil/IntersectionVisitor>
 
 namespace Rk {
 
@@ -10,13 +13,45 @@ FacingTransform::FacingTransform() = default;
 
 FacingTransform::~FacingTransform() = default;
 
+bool FacingTransform::orthographicSight(const osg::NodeVisitor& visitor, osg::Vec3d& back)
+{
+    osg::Matrixd parentToEye;
+    if (const osg::CullStack* cull = visitor.asCullStack()) {
+        const osg::RefMatrix* projection = cull->getProjectionMatrix();
+        if (!projection || !WindowProjection::isOrthographic(*projection) ||
+            !cull->getModelViewMatrix())
+            return false;
+        parentToEye = *cull->getModelViewMatrix();
+    } else if (const osgUtil::IntersectionVisitor* pick = visitor.asIntersectionVisitor()) {
+        const osg::RefMatrix* projection = pick->getProjectionMatrix();
+        if (!projection || !WindowProjection::isOrthographic(*projection))
+            return false;
+        if (pick->getModelMatrix())
+            parentToEye = *pick->getModelMatrix();
+        if (pick->getViewMatrix())
+            parentToEye.postMult(*pick->getViewMatrix());
+    } else {
+        return false;
+    }
+    back = backAlongSight(osg::Matrixd::inverse(parentToEye));
+    return true;
+}
+
 void FacingTransform::faceEyeOf(osg::NodeVisitor* visitor) const
 {
     if (!visitor)
         return;
     // Both the cull and the pick give the eye in the coordinates of this
     // transform's parent while they ask for its matrix.
-    facingFor(visitor->getEyePoint(), m_facing);
+    osg::Vec3d viewer;
+    if (!orthographicSight(*visitor, viewer))
+        viewer = visitor->getEyePoint();
+    facingFor(viewer, m_facing);
+}
+
+osg::Vec3d FacingTransform::backAlongSight(const osg::Matrixd& eyeToParent)
+{
+    return osg::Matrixd::transform3x3(osg::Vec3d(0.0, 0.0, 1.0), eyeToParent);
 }
 
 bool FacingTransform::facingFor(const osg::Vec3d& eye, osg::Quat& facing)

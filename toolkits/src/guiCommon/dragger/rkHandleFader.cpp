@@ -19,16 +19,11 @@ namespace {
 const osg::Vec3d kHandleAxis(0.0, 0.0, 1.0);
 const double kRightAngleDegrees = 90.0;
 
-bool isOrthographic(const osg::Matrixd& projection)
-{
-    return projection(3, 3) == 1.0 && projection(2, 3) == 0.0;
-}
-
 // The line of sight through `centre` in world coordinates (not normalised).
 osg::Vec3d sightThrough(const osg::Camera& camera, const osg::Vec3d& centre)
 {
     const osg::Matrixd eyeToWorld = camera.getInverseViewMatrix();
-    if (isOrthographic(camera.getProjectionMatrix()))
+    if (WindowProjection::isOrthographic(camera.getProjectionMatrix()))
         return osg::Matrixd::transform3x3(osg::Vec3d(0.0, 0.0, -1.0), eyeToWorld);
     return centre - eyeToWorld.getTrans();
 }

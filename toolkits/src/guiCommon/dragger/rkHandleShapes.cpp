@@ -186,8 +186,11 @@ bool HandleShapes::facingToWorld(const Piece& piece, const WindowProjection& pro
     if (!worldToParent.invert(parentToWorld) || !eyeToWorld.invert(projection.worldToEye))
         return false;
     // Turned as the facing transform turns it for this camera's eye.
+    const osg::Vec3d viewer = WindowProjection::isOrthographic(projection.eyeToWindow)
+                                  ? FacingTransform::backAlongSight(eyeToWorld * worldToParent)
+                                  : eyeToWorld.getTrans() * worldToParent;
     osg::Quat facing;
-    if (!FacingTransform::facingFor(eyeToWorld.getTrans() * worldToParent, facing))
+    if (!FacingTransform::facingFor(viewer, facing))
         return false;
     pieceToWorld = osg::Matrixd::rotate(facing) * parentToWorld;
     return true;

@@ -47,6 +47,13 @@ struct WindowProjection
     static const WindowProjection& of(const osg::Camera* camera,
                                       const osgGA::GUIEventAdapter& event);
 
+    /// Whether `projection` (a camera's projection matrix, or that times a
+    /// window matrix) is orthographic: every line of sight parallel.
+    static bool isOrthographic(const osg::Matrixd& projection)
+    {
+        return projection(3, 3) == 1.0 && projection(2, 3) == 0.0;
+    }
+
     /// `node` as a camera that maps what lies below it into the window with
     /// matrices of its own, as the scene pick takes it: an absolute camera,
     /// or one without parents. Null for any other node, and for a camera
