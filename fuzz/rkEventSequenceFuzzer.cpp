@@ -162,7 +162,7 @@ public:
 
     void step(FuzzedDataProvider& data)
     {
-        switch (data.ConsumeIntegralInRange(0, 22)) {
+        switch (data.ConsumeIntegralInRange(0, 23)) {
         case 0:
             press(m_view, position(data), data.ConsumeIntegralInRange(1, 4));
             break;
@@ -228,6 +228,9 @@ public:
             m_dragger->setHandleSet(data.ConsumeIntegral<int>());
             m_dragger->rebuildExtraHandles();
             break;
+        case 22:
+            moveCamera(data);
+            break;
         default:
             rebind(data);
             break;
@@ -235,6 +238,30 @@ public:
     }
 
 private:
+    /// The host moves the main view's camera (also mid-drag, and into the
+    /// gizmo) or switches it between a perspective and an orthographic
+    /// projection.
+    void moveCamera(FuzzedDataProvider& data)
+    {
+        osg::Camera* camera = m_view.viewer().getCamera();
+        switch (data.ConsumeIntegralInRange(0, 2)) {
+        case 0: {
+            const osg::Vec3d eye(data.ConsumeFloatingPointInRange(-8.0, 8.0),
+                                 data.ConsumeFloatingPointInRange(-8.0, 8.0),
+                                 data.ConsumeFloatingPointInRange(-8.0, 8.0));
+            m_view.lookAt(eye, osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
+            break;
+        }
+        case 1:
+            camera->setProjectionMatrixAsOrtho(-4.0, 4.0, -3.0, 3.0,
+                                               data.ConsumeFloatingPointInRange(-10.0, 1.0), 100.0);
+            break;
+        default:
+            camera->setProjectionMatrixAsPerspective(30.0, 800.0 / 600.0, 0.1, 1000.0);
+            break;
+        }
+    }
+
     /// Pick tolerance, hover highlight, view angle limit (bad values
     /// included) and the buttons that may grab.
     void handlingAids(FuzzedDataProvider& data)
