@@ -200,11 +200,20 @@ void HandlingAids::hoverAt(const osgGA::GUIEventAdapter& event, osgViewer::View&
     showHover(pressMayStart(event) ? pressTarget(event, view) : nullptr);
 }
 
+const osg::Camera* HandlingAids::placementIn(osgViewer::View& view,
+                                             osg::Matrixd& parentToWorld) const
+{
+    // One walk up the scene gives both the camera and the owner's placement.
+    const osg::Camera* above = nullptr;
+    parentToWorld = WindowProjection::parentToWorld(m_owner, &above);
+    return pickCamera(above, view);
+}
+
 RestingPointer::Scene HandlingAids::sceneUnderPointer(osgViewer::View& view) const
 {
-    const osg::Camera* above = nullptr;
-    const osg::Matrixd toWorld = WindowProjection::parentToWorld(m_owner, &above);
-    return sceneOf(pickCamera(above, view), toWorld);
+    osg::Matrixd toWorld;
+    const osg::Camera* camera = placementIn(view, toWorld);
+    return sceneOf(camera, toWorld);
 }
 
 RestingPointer::Scene HandlingAids::sceneOf(const osg::Camera* camera,
@@ -224,10 +233,8 @@ osgManipulator::Dragger* HandlingAids::activeHandle() const
 osgManipulator::Dragger* HandlingAids::pressTarget(const osgGA::GUIEventAdapter& event,
                                                    osgViewer::View& view)
 {
-    // One walk up the scene gives both the camera and the owner's placement.
-    const osg::Camera* above = nullptr;
-    const osg::Matrixd toWorld = WindowProjection::parentToWorld(m_owner, &above);
-    const osg::Camera* camera = pickCamera(above, view);
+    osg::Matrixd toWorld;
+    const osg::Camera* camera = placementIn(view, toWorld);
     const WindowProjection& projection = WindowProjection::of(camera, event);
     if (!projection.valid || !insideEventRange(event) ||
         !m_shapes.nearOwner(projection, toWorld, m_pickTolerance))

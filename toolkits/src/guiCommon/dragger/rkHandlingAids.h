@@ -102,6 +102,9 @@ private:
     void showHover(osgManipulator::Dragger* target);
     /// Judges the highlight for the pointer of `event` and remembers where.
     void hoverAt(const osgGA::GUIEventAdapter& event, osgViewer::View& view);
+    /// The camera the owner's pick looks through in `view`; `parentToWorld`
+    /// receives the placement of the owner's parent.
+    const osg::Camera* placementIn(osgViewer::View& view, osg::Matrixd& parentToWorld) const;
     RestingPointer::Scene sceneUnderPointer(osgViewer::View& view) const;
     RestingPointer::Scene sceneOf(const osg::Camera* camera,
                                   const osg::Matrixd& parentToWorld) const;
