@@ -232,9 +232,8 @@ namespace {
 using Rk::ExtraHandlesDragger;
 
 const double kPixelRowOffset = 1.0 + 1e-6;
-// The eye points of culls and picks are single precision.
+// The cull's own eye point is single precision.
 const double kFacingTolerance = 1e-6;
-const double kPickEyeTolerance = 0.005;
 
 /// A frame dragger with every optional handle.
 class ExtraHandlesTest : public ::testing::Test, public FrameScene
@@ -400,11 +399,7 @@ TEST_F(ExtraHandlesTest, ViewRingTurnsAboutTheLineOfSightByTheAngleRoundTheCentr
         EXPECT_TRUE(closeTo(faces(toWorld), axis, kFacingTolerance)) << "drawn";
         facing->computeLocalToWorldMatrix(unused, nullptr);
         harness.press(aroundCentre(0, viewRingPixels()));
-        // A perspective pick's eye point is the pointer on the near plane,
-        // a little beside the camera's.
-        EXPECT_TRUE(
-            closeTo(faces(toWorld), axis, row.orthographic ? kFacingTolerance : kPickEyeTolerance))
-            << "picked";
+        EXPECT_TRUE(closeTo(faces(toWorld), axis, kFacingTolerance)) << "picked";
         harness.release(aroundCentre(0, viewRingPixels()));
         turnViewRing(row.degrees, row.steps);
         EXPECT_EQ(dragger->dragMode(), ExtraHandlesDragger::VIEW_RING_DRAG_MODE);

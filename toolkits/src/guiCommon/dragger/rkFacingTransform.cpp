@@ -13,27 +13,49 @@ FacingTransform::FacingTransform() = default;
 
 FacingTransform::~FacingTransform() = default;
 
-bool FacingTransform::orthographicSight(const osg::NodeVisitor& visitor, osg::Vec3d& back)
+namespace {
+
+// The model-view and projection matrices of a cull or a pick at the node
+// whose matrix it is asking for.
+bool matricesOf(const osg::NodeVisitor& visitor, osg::Matrixd& parentToEye,
+                const osg::RefMatrix*& projection)
 {
-    osg::Matrixd parentToEye;
     if (const osg::CullStack* cull = visitor.asCullStack()) {
-        const osg::RefMatrix* projection = cull->getProjectionMatrix();
-        if (!projection || !WindowProjection::isOrthographic(*projection) ||
-            !cull->getModelViewMatrix())
+        projection = cull->getProjectionMatrix();
+        if (!projection || !cull->getModelViewMatrix())
             return false;
         parentToEye = *cull->getModelViewMatrix();
-    } else if (const osgUtil::IntersectionVisitor* pick = visitor.asIntersectionVisitor()) {
-        const osg::RefMatrix* projection = pick->getProjectionMatrix();
-        if (!projection || !WindowProjection::isOrthographic(*projection))
+        return true;
+    }
+    if (const osgUtil::IntersectionVisitor* pick = visitor.asIntersectionVisitor()) {
+        projection = pick->getProjectionMatrix();
+        if (!projection)
             return false;
         if (pick->getModelMatrix())
             parentToEye = *pick->getModelMatrix();
         if (pick->getViewMatrix())
             parentToEye.postMult(*pick->getViewMatrix());
-    } else {
-        return false;
+        return true;
     }
-    back = backAlongSight(osg::Matrixd::inverse(parentToEye));
+    return false;
+}
+
+} // namespace
+
+osg::Vec4d FacingTransform::viewerInEye(const osg::Matrixd& projection)
+{
+    return WindowProjection::isOrthographic(projection) ? osg::Vec4d(0.0, 0.0, 1.0, 0.0)
+                                                        : osg::Vec4d(0.0, 0.0, 0.0, 1.0);
+}
+
+bool FacingTransform::viewerOf(const osg::NodeVisitor& visitor, osg::Vec4d& viewer)
+{
+    osg::Matrixd parentToEye;
+    const osg::RefMatrix* projection = nullptr;
+    osg::Matrixd eyeToParent;
+    if (!matricesOf(visitor, parentToEye, projection) || !eyeToParent.invert(parentToEye))
+        return false;
+    viewer = viewerInEye(*projection) * eyeToParent;
     return true;
 }
 
@@ -41,21 +63,17 @@ void FacingTransform::faceEyeOf(osg::NodeVisitor* visitor) const
 {
     if (!visitor)
         return;
-    // Both the cull and the pick give the eye in the coordinates of this
+    // The cull and the pick give the viewer in the coordinates of this
     // transform's parent while they ask for its matrix.
-    osg::Vec3d viewer;
-    if (!orthographicSight(*visitor, viewer))
-        viewer = visitor->getEyePoint();
+    osg::Vec4d viewer(visitor->getEyePoint(), 1.0);
+    viewerOf(*visitor, viewer);
     facingFor(viewer, m_facing);
 }
 
-osg::Vec3d FacingTransform::backAlongSight(const osg::Matrixd& eyeToParent)
+bool FacingTransform::facingFor(const osg::Vec4d& viewer, osg::Quat& facing)
 {
-    return osg::Matrixd::transform3x3(osg::Vec3d(0.0, 0.0, 1.0), eyeToParent);
-}
-
-bool FacingTransform::facingFor(const osg::Vec3d& eye, osg::Quat& facing)
-{
+    // A point and a direction at infinity turn +Z the same way: towards x, y, z.
+    const osg::Vec3d eye(viewer.x(), viewer.y(), viewer.z());
     // A press asks for the turn of one eye several times (the pick's bound
     // test, its traversal, the press handled twice): the last is kept per
     // thread, looked up by the eye's bits.

@@ -4,23 +4,26 @@
 #include <osg/Matrixd>
 #include <osg/Quat>
 #include <osg/Transform>
+#include <osg/Vec4d>
 
 namespace Rk {
 
-/// A transform that turns its children's +Z towards the eye of whichever
+/// A transform that turns its children's +Z towards the viewer of whichever
 /// traversal asks for its matrix: the cull of each view as it draws, and
 /// each pick (`osgUtil::IntersectionVisitor`) as it tests, so that a flat
 /// ring below it faces the camera in the very view that picks it, before
-/// any frame has been drawn too. Under an orthographic projection, where
-/// every line of sight is parallel, +Z turns back along the line of sight
-/// instead (towards an eye infinitely far away), so that the ring is seen
-/// face on wherever it lies in the view. The rotation about +Z is the
-/// shortest one from +Z and carries no meaning.
+/// any frame has been drawn too. Both take the viewer from their camera's
+/// matrices, so that a ring is picked exactly as it is drawn: the camera's
+/// eye point under a perspective projection; under an orthographic one,
+/// where every line of sight is parallel, the direction back along the line
+/// of sight (an eye infinitely far away), so that the ring is seen face on
+/// wherever it lies in the view. The rotation about +Z is the shortest one
+/// from +Z and carries no meaning.
 ///
-/// Without a visitor (bounds, paths computed outside a traversal) it uses
-/// the rotation of the last visitor. An eye at the transform's origin (the
-/// camera inside the gizmo) or a non-finite one keeps the last rotation
-/// (identity at first).
+/// Any other visitor gives its own `getEyePoint`. Without a visitor (bounds,
+/// paths computed outside a traversal) it uses the rotation of the last
+/// visitor. A viewer at the transform's origin (the camera inside the gizmo)
+/// or a non-finite one keeps the last rotation (identity at first).
 class FacingTransform : public osg::Transform
 {
 public:
@@ -31,19 +34,23 @@ public:
 
     /// The rotation last used (own +Z onto the direction of the eye).
     const osg::Quat& facing() const { return m_facing; }
-    /// The rotation that turns +Z towards `eye` (given in the parent's
-    /// coordinates), as a traversal with that eye point uses it. False, and
-    /// `facing` untouched, for an eye at the origin or a non-finite one.
-    static bool facingFor(const osg::Vec3d& eye, osg::Quat& facing);
-    /// What +Z turns towards under an orthographic projection, for
-    /// `facingFor`: the direction back along the line of sight, in the
-    /// coordinates of the transform's parent; `eyeToParent` is the inverse
-    /// of the parent's model-view matrix.
-    static osg::Vec3d backAlongSight(const osg::Matrixd& eyeToParent);
-    /// The same for a cull or a pick under way, in the coordinates of the
-    /// node whose matrix it is asking for. False (and `back` untouched) for a
-    /// perspective projection, or a visitor that is neither.
-    static bool orthographicSight(const osg::NodeVisitor& visitor, osg::Vec3d& back);
+    /// The rotation that turns +Z towards `viewer`, given in the parent's
+    /// homogeneous coordinates: towards the point (w = 1), or along the
+    /// direction of a viewer at infinity (w = 0), as a traversal with that
+    /// viewer uses it. False, and `facing` untouched, for a viewer at the
+    /// origin or a non-finite one.
+    static bool facingFor(const osg::Vec4d& viewer, osg::Quat& facing);
+    /// The viewer of a camera with `projection`, in eye coordinates and
+    /// homogeneous: the eye point (0, 0, 0, 1) under a perspective
+    /// projection, the point at infinity back along the line of sight
+    /// (0, 0, 1, 0) under an orthographic one. Times an eye-to-parent
+    /// matrix, its x, y, z are what `facingFor` takes.
+    static osg::Vec4d viewerInEye(const osg::Matrixd& projection);
+    /// The viewer of a cull or a pick under way, in the homogeneous
+    /// coordinates of the node whose matrix it is asking for. False (and
+    /// `viewer` untouched) for a visitor that is neither, or one whose
+    /// model-view matrix cannot be inverted.
+    static bool viewerOf(const osg::NodeVisitor& visitor, osg::Vec4d& viewer);
 
 protected:
     ~FacingTransform() override;

@@ -185,10 +185,9 @@ bool HandleShapes::facingToWorld(const Piece& piece, const WindowProjection& pro
     osg::Matrixd eyeToWorld;
     if (!worldToParent.invert(parentToWorld) || !eyeToWorld.invert(projection.worldToEye))
         return false;
-    // Turned as the facing transform turns it for this camera's eye.
-    const osg::Vec3d viewer = WindowProjection::isOrthographic(projection.eyeToWindow)
-                                  ? FacingTransform::backAlongSight(eyeToWorld * worldToParent)
-                                  : eyeToWorld.getTrans() * worldToParent;
+    // Turned as the facing transform turns it for this camera's viewer.
+    const osg::Vec4d viewer =
+        FacingTransform::viewerInEye(projection.eyeToWindow) * (eyeToWorld * worldToParent);
     osg::Quat facing;
     if (!FacingTransform::facingFor(viewer, facing))
         return false;

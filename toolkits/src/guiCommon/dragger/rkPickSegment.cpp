@@ -179,12 +179,11 @@ bool PickSegment::mayHitChild(const osg::Node& child, const osg::Vec3d& start,
     const auto* facing = static_cast<const FacingTransform*>(&child);
     if (facing->getReferenceFrame() != osg::Transform::RELATIVE_RF)
         return true;
-    // The eye (or the sight's direction) as the facing transform will see
-    // it below the handle.
-    osg::Vec3d sight;
-    const osg::Vec3d viewer = FacingTransform::orthographicSight(*m_visitor, sight)
-                                  ? osg::Matrixd::transform3x3(sight, toHandle)
-                                  : osg::Vec3d(m_visitor->getEyePoint()) * toHandle;
+    // The viewer as the facing transform will see it below the handle.
+    osg::Vec4d viewer;
+    if (!FacingTransform::viewerOf(*m_visitor, viewer))
+        return true;
+    viewer = viewer * toHandle;
     osg::Quat turn;
     if (!FacingTransform::facingFor(viewer, turn))
         return true;
