@@ -27,12 +27,12 @@ const char* const kUsage =
     "  --screenshot FILE  open the window, render a few frames, save a PNG of\n"
     "                     the whole window to FILE and exit\n"
     "\n"
-    "In either view (the perspective view or the top view beside it): drag an\n"
-    "arrow with the left button to move the tool along an axis, a ring to turn\n"
-    "it; orbit with the left button on empty space, zoom with the wheel or the\n"
-    "right button, pan with the middle button. Hold a jog button (lower left)\n"
-    "to step the tool; type a pose in the dock; Home returns the tool to its\n"
-    "start.\n";
+    "In either view (the perspective view or the orthographic top view beside\n"
+    "it): drag an arrow with the left button to move the tool along an axis, a\n"
+    "ring to turn it; orbit with the left button on empty space, zoom with the\n"
+    "wheel or the right button, pan with the middle button. Hold a jog button\n"
+    "(lower left) to step the tool; type a pose in the dock; Home returns the\n"
+    "tool to its start.\n";
 
 struct Options
 {

@@ -112,6 +112,8 @@ void RkDemoMainWindow::buildTopView(osg::Node* arm)
     // main view): the gizmo is picked and dragged in either.
     m_topView = new RkOsgViewWidget;
     m_topView->setObjectName("topView");
+    // A plan view, as in a CAD tool: orthographic.
+    m_topView->setOrthographic(true);
     osg::ref_ptr<osg::Group> root = new osg::Group;
     root->addChild(arm);
     root->addChild(drawnOverTheScene(m_frameDragger.get()));

@@ -5,11 +5,20 @@
 #include <QWheelEvent>
 #include <osgGA/TrackballManipulator>
 
+#include <cmath>
+
 namespace {
 
 // About 60 repaints a second: the frame events also drive the draggers'
 // follow of poses that the host changed elsewhere.
 const int kFrameIntervalMs = 16;
+// Near and far planes of the perspective projection, metres from the eye.
+const double kNear = 0.05;
+const double kFar = 100.0;
+// An orthographic projection shows everything this far in front of and
+// behind the eye: a manipulator that zooms moves its eye into the scene.
+const double kOrthographicDepth = 100.0;
+
 // A pointer position left of and above every window: where a pointer that
 // left the view is said to be.
 const float kOutsideTheWindow = -1.0f;
@@ -124,15 +133,35 @@ void RkOsgViewWidget::resizeGL(int width, int height)
     queue()->windowResize(0, 0, w, h);
     m_window->resized(0, 0, w, h);
     m_viewer->getCamera()->setViewport(0, 0, w, h);
-    m_viewer->getCamera()->setProjectionMatrixAsPerspective(30.0, double(w) / double(h), 0.05,
-                                                            100.0);
+    updateProjection();
     emit resized(w, h);
+}
+
+void RkOsgViewWidget::updateProjection()
+{
+    osg::Camera* camera = m_viewer->getCamera();
+    const osg::Viewport* viewport = camera->getViewport();
+    if (!viewport || viewport->height() <= 0.0)
+        return;
+    const double aspect = viewport->width() / viewport->height();
+    const auto* orbit =
+        dynamic_cast<const osgGA::OrbitManipulator*>(m_viewer->getCameraManipulator());
+    if (!m_orthographic || !orbit) {
+        camera->setProjectionMatrixAsPerspective(kFieldOfViewDegrees, aspect, kNear, kFar);
+        return;
+    }
+    const double halfHeight =
+        orbit->getDistance() * std::tan(osg::DegreesToRadians(kFieldOfViewDegrees / 2.0));
+    camera->setProjectionMatrixAsOrtho(-halfHeight * aspect, halfHeight * aspect, -halfHeight,
+                                       halfHeight, -kOrthographicDepth, kOrthographicDepth);
 }
 
 void RkOsgViewWidget::paintGL()
 {
     // Qt renders this widget into its own framebuffer object, not into 0.
     m_window->setDefaultFboId(defaultFramebufferObject());
+    // Picks of this frame's events and its drawing see the same projection.
+    updateProjection();
     m_viewer->frame();
 }
 

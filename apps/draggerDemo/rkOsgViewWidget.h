@@ -19,6 +19,11 @@
 ///
 /// The camera manipulator ignores presses, drags and releases that the scene
 /// already handled, so grabbing a dragger never also turns the camera.
+///
+/// The projection is a perspective one with a vertical field of view of
+/// `kFieldOfViewDegrees`, or, for a plan view, an orthographic one that shows
+/// at the manipulator's centre what the perspective one would: the wheel
+/// zooms either.
 class RkOsgViewWidget : public QOpenGLWidget
 {
     Q_OBJECT
@@ -27,7 +32,14 @@ public:
     explicit RkOsgViewWidget(QWidget* parent = nullptr);
     ~RkOsgViewWidget() override;
 
+    /// Vertical field of view of the perspective projection, degrees.
+    static constexpr double kFieldOfViewDegrees = 30.0;
+
     osgViewer::Viewer* viewer() const { return m_viewer.get(); }
+    /// Every line of sight parallel (true) or through the eye (false, the
+    /// default); takes effect at the next frame.
+    void setOrthographic(bool orthographic) { m_orthographic = orthographic; }
+    bool orthographic() const { return m_orthographic; }
     /// The window point (y down, widget pixels) where `world` is seen.
     QPointF project(const osg::Vec3d& world) const;
     /// The world point seen at window point `at` (y down, widget pixels), as
@@ -59,10 +71,14 @@ private:
     double pixelRatio() const { return devicePixelRatioF(); }
     /// World to window coordinates (device pixels, y up) through the camera.
     osg::Matrixd worldToWindow() const;
+    /// Sets the camera's projection for its viewport and, when orthographic,
+    /// for the manipulator's distance to its centre.
+    void updateProjection();
 
     osg::ref_ptr<osgViewer::Viewer> m_viewer;
     osg::ref_ptr<osgViewer::GraphicsWindowEmbedded> m_window;
     QTimer m_frameTimer;
+    bool m_orthographic = false;
 };
 
 #endif

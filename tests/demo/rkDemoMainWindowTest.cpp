@@ -11,6 +11,7 @@
 #include <QDoubleSpinBox>
 #include <QElapsedTimer>
 #include <QImage>
+#include <QLineF>
 #include <QMouseEvent>
 #include <QProcess>
 #include <QStatusBar>
@@ -209,22 +210,31 @@ TEST_F(DemoMainWindow, TheXArrowLightsUpUntilThePointerLeavesAndDraggingItInEith
 TEST_F(DemoMainWindow,
        ARightDragZoomsAndSnapMovesInTenMillimetreStepsWithAClosedHandEscOrARightClickCancels)
 {
-    // Only the left button grabs: a right drag on an arrow zooms the camera.
-    RkOsgViewWidget* view = window->view();
+    // Only the left button grabs: a right drag on an arrow zooms the camera,
+    // the orthographic top view's too.
     const osg::Vec3d start = hostPosition();
-    const osg::Matrixd camera = view->viewer()->getCamera()->getViewMatrix();
-    const QPoint onArrow = view->project(onXArrow(start)).toPoint();
-    QTest::mousePress(view, Qt::RightButton, {}, onArrow);
-    for (int step = 1; step <= 4; ++step) {
-        QTest::mouseMove(view, onArrow + QPoint(0, 10 * step));
-        QTest::qWait(30);
+    for (RkOsgViewWidget* zoomed : {window->view(), window->topView()}) {
+        SCOPED_TRACE(zoomed->objectName().toStdString());
+        // A tenth of a metre in the scene: the gizmo keeps its size on screen.
+        const auto tenthSeen = [&] {
+            return QLineF(zoomed->project(start), zoomed->project(start + osg::Vec3d(0.1, 0, 0)))
+                .length();
+        };
+        const double before = tenthSeen();
+        const QPoint onArrow = zoomed->project(onXArrow(start)).toPoint();
+        QTest::mousePress(zoomed, Qt::RightButton, {}, onArrow);
+        for (int step = 1; step <= 4; ++step) {
+            QTest::mouseMove(zoomed, onArrow + QPoint(0, 10 * step));
+            QTest::qWait(30);
+        }
+        QTest::mouseRelease(zoomed, Qt::RightButton, {}, onArrow + QPoint(0, 40));
+        QTest::qWait(kSettleMs);
+        EXPECT_EQ(hostPosition(), start);
+        EXPECT_GT(std::abs(tenthSeen() - before), 1.0) << "zoomed";
+        zoomed->viewer()->home();
+        QTest::qWait(kSettleMs);
     }
-    QTest::mouseRelease(view, Qt::RightButton, {}, onArrow + QPoint(0, 40));
-    QTest::qWait(kSettleMs);
-    EXPECT_EQ(hostPosition(), start);
-    EXPECT_NE(view->viewer()->getCamera()->getViewMatrix(), camera);
-    view->viewer()->home();
-    QTest::qWait(kSettleMs);
+    RkOsgViewWidget* view = window->view();
 
     auto* snap = window->findChild<QAction*>("snapAction");
     ASSERT_NE(snap, nullptr);
