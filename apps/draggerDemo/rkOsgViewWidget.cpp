@@ -141,7 +141,8 @@ void RkOsgViewWidget::updateProjection()
 {
     osg::Camera* camera = m_viewer->getCamera();
     const osg::Viewport* viewport = camera->getViewport();
-    if (!viewport || viewport->height() <= 0.0)
+    // A collapsed view (a splitter closed on it) keeps the last projection.
+    if (!viewport || viewport->width() <= 0.0 || viewport->height() <= 0.0)
         return;
     const double aspect = viewport->width() / viewport->height();
     const auto* orbit =
@@ -152,6 +153,9 @@ void RkOsgViewWidget::updateProjection()
     }
     const double halfHeight =
         orbit->getDistance() * std::tan(osg::DegreesToRadians(kFieldOfViewDegrees / 2.0));
+    // A manipulator at its centre (or lost) keeps the last projection.
+    if (!std::isfinite(halfHeight) || halfHeight <= 0.0)
+        return;
     camera->setProjectionMatrixAsOrtho(-halfHeight * aspect, halfHeight * aspect, -halfHeight,
                                        halfHeight, -kOrthographicDepth, kOrthographicDepth);
 }
