@@ -71,17 +71,14 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const WindowProjection& projec
     if (!projection.valid || !(pixels > 0.0) || !m_pieces.ownerPickable())
         return best;
     m_pieces.refresh();
-    if (m_imagesGeneration != m_pieces.generation()) {
-        m_handleTransforms.assign(handles().size(), HandleTransform());
-        m_pieceImages.assign(m_pieces.pieces().size(), KeptImage());
-        m_imagesGeneration = m_pieces.generation();
-    }
+    forgetImagesOfFormerPieces();
     std::size_t matrixOf = handles().size();
     bool shown = false;
     osg::Matrixd handleToWorld;
     osg::Matrixd localToWindow;
     for (std::size_t index = 0; index < m_pieces.pieces().size(); ++index) {
         const Piece& piece = m_pieces.pieces()[index];
+        // The pieces of one handle stand together: its matrix is made once.
         if (matrixOf != piece.handleIndex) {
             matrixOf = piece.handleIndex;
             shown = m_pieces.shown(matrixOf);
@@ -93,26 +90,43 @@ HandleShapes::Nearest HandleShapes::nearestWithin(const WindowProjection& projec
         }
         if (!shown)
             continue;
-        if (piece.facingFrame < 0) {
+        if (piece.facingFrame < 0)
             measurePiece(piece, localToWindow, keptBoundImage(index, localToWindow),
                          projection.pointer, pixels, best);
-            continue;
-        }
-        osg::Matrixd pieceToWorld;
-        osg::Matrixd worldToHandle;
-        if (!facingToWorld(piece, projection, pieceToWorld) || !worldToHandle.invert(handleToWorld))
-            continue;
-        const double nearestBefore = best.pixels;
-        const osg::Matrixd pieceToWindow = pieceToWorld * projection.worldToWindow;
-        measurePiece(piece, pieceToWindow, boundImage(piece, pieceToWindow), projection.pointer,
-                     pixels, best);
-        if (best.pixels < nearestBefore)
-            best.localPoint = best.localPoint * pieceToWorld * worldToHandle;
+        else
+            measureFacingPiece(piece, projection, handleToWorld, pixels, best);
     }
     if (!best.handle || best.pixels > pixels)
         return Nearest();
     best.worldPoint = best.localPoint * WindowProjection::localToWorld(*best.handle);
     return best;
+}
+
+void HandleShapes::forgetImagesOfFormerPieces()
+{
+    if (m_imagesGeneration == m_pieces.generation())
+        return;
+    m_handleTransforms.assign(handles().size(), HandleTransform());
+    m_pieceImages.assign(m_pieces.pieces().size(), KeptImage());
+    m_imagesGeneration = m_pieces.generation();
+}
+
+void HandleShapes::measureFacingPiece(const Piece& piece, const WindowProjection& projection,
+                                      const osg::Matrixd& handleToWorld, double pixels,
+                                      Nearest& best) const
+{
+    // Turned for this camera at each search: its image is not kept.
+    osg::Matrixd pieceToWorld;
+    osg::Matrixd worldToHandle;
+    if (!facingToWorld(piece, projection, pieceToWorld) || !worldToHandle.invert(handleToWorld))
+        return;
+    const double nearestBefore = best.pixels;
+    const osg::Matrixd pieceToWindow = pieceToWorld * projection.worldToWindow;
+    measurePiece(piece, pieceToWindow, boundImage(piece, pieceToWindow), projection.pointer, pixels,
+                 best);
+    // The nearest point goes into the handle's frame, as every other piece's.
+    if (best.pixels < nearestBefore)
+        best.localPoint = best.localPoint * pieceToWorld * worldToHandle;
 }
 
 SphereImage HandleShapes::boundImage(const Piece& piece, const osg::Matrixd& localToWindow)

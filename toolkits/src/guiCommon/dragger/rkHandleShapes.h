@@ -79,6 +79,12 @@ private:
     void measurePiece(const Piece& piece, const osg::Matrixd& localToWindow,
                       const SphereImage& bound, const osg::Vec2d& pointer, double pixels,
                       Nearest& best) const;
+    /// A piece facing the camera (the view ring): measured turned as the
+    /// camera of `projection` turns it, its nearest point in its handle's frame.
+    void measureFacingPiece(const Piece& piece, const WindowProjection& projection,
+                            const osg::Matrixd& handleToWorld, double pixels, Nearest& best) const;
+    /// Drops the kept images when the pieces were read again.
+    void forgetImagesOfFormerPieces();
     /// Gives the handle's transform a new stamp unless it is the one kept.
     void keepTransform(std::size_t handleIndex, const osg::Matrixd& localToWindow);
     /// The piece's bound image for its handle's kept transform, `localToWindow`.

@@ -250,57 +250,60 @@ unsigned int TriangleIndex::splitCheapest(unsigned int first, unsigned int count
     osg::BoundingBoxd centreBounds;
     for (auto number = begin; number != begin + count; ++number)
         centreBounds.expandBy(extents[*number].centre);
-    // Neither half may hold less than a quarter: the tree stays shallow,
-    // and so does the work of building it.
-    const unsigned int least = std::max(1u, count / 4);
-    int bestAxis = -1;
-    double bestPlane = 0.0;
-    double bestCost = std::numeric_limits<double>::infinity();
-    for (int axis = 0; axis < 3; ++axis) {
-        const double low = centreBounds._min[axis];
-        const double width = centreBounds._max[axis] - low;
-        if (!(width > 0.0))
-            continue;
-        Span binSpans[kSplitBins];
-        unsigned int binCounts[kSplitBins] = {};
-        const double binsPerUnit = kSplitBins / width;
-        for (auto number = begin; number != begin + count; ++number) {
-            const Extent& extent = extents[*number];
-            const unsigned int bin =
-                std::min(kSplitBins - 1, unsigned((extent.centre[axis] - low) * binsPerUnit));
-            ++binCounts[bin];
-            binSpans[bin].add(extent.box);
-        }
-        double costBefore[kSplitBins];
-        Span before;
-        unsigned int countBefore = 0;
-        for (unsigned int bin = 0; bin + 1 < kSplitBins; ++bin) {
-            before.add(binSpans[bin]);
-            countBefore += binCounts[bin];
-            costBefore[bin] = countBefore > 0 ? before.area() * countBefore : 0.0;
-        }
-        Span after;
-        unsigned int countAfter = 0;
-        for (unsigned int bin = kSplitBins - 1; bin > 0; --bin) {
-            after.add(binSpans[bin]);
-            countAfter += binCounts[bin];
-            if (countAfter < least || count - countAfter < least)
-                continue;
-            const double cost = costBefore[bin - 1] + after.area() * countAfter;
-            if (cost < bestCost) {
-                bestCost = cost;
-                bestAxis = axis;
-                bestPlane = low + width * bin / kSplitBins;
-            }
-        }
-    }
-    if (bestAxis < 0)
+    SplitPlane best;
+    for (int axis = 0; axis < 3; ++axis)
+        weighSplitsAlong(axis, first, count, centreBounds, extents, best);
+    if (best.axis < 0)
         return count / 2; // no balanced plane: the triangles stay in their order
     const auto middle = std::partition(begin, begin + count, [&](unsigned int number) {
-        return extents[number].centre[bestAxis] < bestPlane;
+        return extents[number].centre[best.axis] < best.plane;
     });
     const auto split = unsigned(middle - begin);
     return split > 0 && split < count ? split : count / 2;
+}
+
+void TriangleIndex::weighSplitsAlong(int axis, unsigned int first, unsigned int count,
+                                     const osg::BoundingBoxd& centreBounds,
+                                     const std::vector<Extent>& extents, SplitPlane& best) const
+{
+    const double low = centreBounds._min[axis];
+    const double width = centreBounds._max[axis] - low;
+    if (!(width > 0.0))
+        return;
+    Span binSpans[kSplitBins];
+    unsigned int binCounts[kSplitBins] = {};
+    const double binsPerUnit = kSplitBins / width;
+    const auto begin = m_order.begin() + first;
+    for (auto number = begin; number != begin + count; ++number) {
+        const Extent& extent = extents[*number];
+        const unsigned int bin =
+            std::min(kSplitBins - 1, unsigned((extent.centre[axis] - low) * binsPerUnit));
+        ++binCounts[bin];
+        binSpans[bin].add(extent.box);
+    }
+    // Sweeps from below, then from above, each boundary weighed once.
+    double costBefore[kSplitBins];
+    Span before;
+    unsigned int countBefore = 0;
+    for (unsigned int bin = 0; bin + 1 < kSplitBins; ++bin) {
+        before.add(binSpans[bin]);
+        countBefore += binCounts[bin];
+        costBefore[bin] = countBefore > 0 ? before.area() * countBefore : 0.0;
+    }
+    // Neither half may hold less than a quarter: the tree stays shallow,
+    // and so does the work of building it.
+    const unsigned int least = std::max(1u, count / 4);
+    Span after;
+    unsigned int countAfter = 0;
+    for (unsigned int bin = kSplitBins - 1; bin > 0; --bin) {
+        after.add(binSpans[bin]);
+        countAfter += binCounts[bin];
+        if (countAfter < least || count - countAfter < least)
+            continue;
+        const double cost = costBefore[bin - 1] + after.area() * countAfter;
+        if (cost < best.cost)
+            best = {axis, low + width * bin / kSplitBins, cost};
+    }
 }
 
 void TriangleIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,

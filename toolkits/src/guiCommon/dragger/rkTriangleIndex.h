@@ -6,6 +6,7 @@
 #include <osg/BoundingBox>
 #include <osg/ref_ptr>
 
+#include <limits>
 #include <vector>
 
 namespace osg {
@@ -99,6 +100,18 @@ private:
     /// Orders the triangles from `first` and returns how many go into the first half.
     unsigned int splitCheapest(unsigned int first, unsigned int count,
                                const std::vector<Extent>& extents);
+    /// The cheapest split plane weighed so far.
+    struct SplitPlane
+    {
+        int axis = -1;
+        double plane = 0.0;
+        double cost = std::numeric_limits<double>::infinity();
+    };
+    /// Weighs the bin boundaries along `axis` of the triangles from `first`
+    /// as split planes and keeps the cheapest in `best`.
+    void weighSplitsAlong(int axis, unsigned int first, unsigned int count,
+                          const osg::BoundingBoxd& centreBounds, const std::vector<Extent>& extents,
+                          SplitPlane& best) const;
     osg::ref_ptr<osg::Array> m_vertexArray;
     std::vector<Triangle> m_triangles;
     // The boxes, built at the first search.
