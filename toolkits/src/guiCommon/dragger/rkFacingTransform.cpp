@@ -65,8 +65,9 @@ void FacingTransform::faceEyeOf(osg::NodeVisitor* visitor) const
         return;
     // The cull and the pick give the viewer in the coordinates of this
     // transform's parent while they ask for its matrix.
-    osg::Vec4d viewer(visitor->getEyePoint(), 1.0);
-    viewerOf(*visitor, viewer);
+    osg::Vec4d viewer;
+    if (!viewerOf(*visitor, viewer))
+        viewer = osg::Vec4d(visitor->getEyePoint(), 1.0);
     facingFor(viewer, m_facing);
 }
 

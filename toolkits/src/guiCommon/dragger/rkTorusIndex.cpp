@@ -271,14 +271,7 @@ void TorusIndex::candidates(const osg::Vec3d& start, const osg::Vec3d& end,
 void TorusIndex::addCellsOf(int step, const osg::Vec3d& start, const osg::Vec3d& direction,
                             double enter, double leave, std::vector<unsigned int>& found) const
 {
-    // The wedge between the half-planes through the axis at the step's two
-    // ring angles, where all its vertices lie.
-    const osg::Vec2d& low = m_stepEdges[step];
-    const osg::Vec2d& high = m_stepEdges[step + 1];
-    if (!clipToHalf(low.x() * start.y() - low.y() * start.x() + m_margin,
-                    low.x() * direction.y() - low.y() * direction.x(), enter, leave) ||
-        !clipToHalf(high.y() * start.x() - high.x() * start.y() + m_margin,
-                    high.y() * direction.x() - high.x() * direction.y(), enter, leave))
+    if (!clipToWedge(step, start, direction, enter, leave))
         return;
     // Seen along the ring's tangent in the middle of the step, the two ends
     // of every quad of the step fall together, onto a circle round the
@@ -293,23 +286,39 @@ void TorusIndex::addCellsOf(int step, const osg::Vec3d& start, const osg::Vec3d&
     const int count = pieceOfBand(
         du * du + direction.z() * direction.z(), u0 * du + start.z() * direction.z(),
         u0 * u0 + start.z() * start.z(), m_tubeInner, m_tubeOuter, enter, leave, pieces);
-    const int pairsPerBlock = m_layout.tubeSteps + 1;
     for (int index = 0; index < count; ++index) {
         const Piece& piece = pieces[index];
         forEachStepPassed(u0 + du * piece.enter, start.z() + direction.z() * piece.enter,
                           u0 + du * piece.leave, start.z() + direction.z() * piece.leave,
-                          m_layout.angleStep, m_layout.tubeSteps, [&](int cell) {
-                              addQuad(step * pairsPerBlock + cell, found);
-                              // Next to the outer equator: the quads that
-                              // join this step's block to its neighbours lie
-                              // there too.
-                              if (cell == 0 || cell + 1 == m_layout.tubeSteps) {
-                                  if (step > 0)
-                                      addQuad(step * pairsPerBlock - 1, found);
-                                  if (step + 1 < m_layout.ringSteps)
-                                      addQuad((step + 1) * pairsPerBlock - 1, found);
-                              }
-                          });
+                          m_layout.angleStep, m_layout.tubeSteps,
+                          [&](int cell) { addQuadsOfCell(step, cell, found); });
+    }
+}
+
+bool TorusIndex::clipToWedge(int step, const osg::Vec3d& start, const osg::Vec3d& direction,
+                             double& enter, double& leave) const
+{
+    // The wedge between the half-planes through the axis at the step's two
+    // ring angles, where all its vertices lie.
+    const osg::Vec2d& low = m_stepEdges[step];
+    const osg::Vec2d& high = m_stepEdges[step + 1];
+    return clipToHalf(low.x() * start.y() - low.y() * start.x() + m_margin,
+                      low.x() * direction.y() - low.y() * direction.x(), enter, leave) &&
+           clipToHalf(high.y() * start.x() - high.x() * start.y() + m_margin,
+                      high.y() * direction.x() - high.x() * direction.y(), enter, leave);
+}
+
+void TorusIndex::addQuadsOfCell(int step, int cell, std::vector<unsigned int>& found) const
+{
+    const int pairsPerBlock = m_layout.tubeSteps + 1;
+    addQuad(step * pairsPerBlock + cell, found);
+    // Next to the outer equator: the quads that join this step's block to
+    // its neighbours lie there too.
+    if (cell == 0 || cell + 1 == m_layout.tubeSteps) {
+        if (step > 0)
+            addQuad(step * pairsPerBlock - 1, found);
+        if (step + 1 < m_layout.ringSteps)
+            addQuad((step + 1) * pairsPerBlock - 1, found);
     }
 }
 

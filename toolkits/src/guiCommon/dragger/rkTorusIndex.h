@@ -81,6 +81,13 @@ private:
     /// the tube cells it passes.
     void addCellsOf(int step, const osg::Vec3d& start, const osg::Vec3d& direction, double enter,
                     double leave, std::vector<unsigned int>& found) const;
+    /// Clips the segment's parameters to the wedge of ring step `step`;
+    /// false when nothing of it is left.
+    bool clipToWedge(int step, const osg::Vec3d& start, const osg::Vec3d& direction, double& enter,
+                     double& leave) const;
+    /// The quads of tube cell `cell` of ring step `step`, with the joining
+    /// quads beside the outer equator.
+    void addQuadsOfCell(int step, int cell, std::vector<unsigned int>& found) const;
     void addQuad(int quad, std::vector<unsigned int>& found) const;
 
     /// Whether the tree holds the layout's triangles (known once prepared).
