@@ -20,6 +20,7 @@
 #include <QUndoStack>
 #include <QWheelEvent>
 #include <gtest/gtest.h>
+#include <osgGA/OrbitManipulator>
 
 #include <cmath>
 #include <memory>
@@ -234,6 +235,19 @@ TEST_F(DemoMainWindow,
         zoomed->viewer()->home();
         QTest::qWait(kSettleMs);
     }
+    // Zoomed into its centre, the orthographic view keeps its last extent
+    // (its near and far planes follow the scene's depth, as every view's do).
+    osgViewer::Viewer* top = window->topView()->viewer();
+    auto* orbit = dynamic_cast<osgGA::OrbitManipulator*>(top->getCameraManipulator());
+    ASSERT_NE(orbit, nullptr);
+    const osg::Matrixd homeProjection = top->getCamera()->getProjectionMatrix();
+    orbit->setDistance(0.0);
+    QTest::qWait(kSettleMs);
+    const osg::Matrixd& projection = top->getCamera()->getProjectionMatrix();
+    EXPECT_TRUE(projection.valid());
+    EXPECT_EQ(projection(0, 0), homeProjection(0, 0));
+    EXPECT_EQ(projection(1, 1), homeProjection(1, 1));
+    top->home();
     RkOsgViewWidget* view = window->view();
 
     auto* snap = window->findChild<QAction*>("snapAction");
