@@ -42,12 +42,6 @@ bool matricesOf(const osg::NodeVisitor& visitor, osg::Matrixd& parentToEye,
 
 } // namespace
 
-osg::Vec4d FacingTransform::viewerInEye(const osg::Matrixd& projection)
-{
-    return WindowProjection::isOrthographic(projection) ? osg::Vec4d(0.0, 0.0, 1.0, 0.0)
-                                                        : osg::Vec4d(0.0, 0.0, 0.0, 1.0);
-}
-
 bool FacingTransform::viewerOf(const osg::NodeVisitor& visitor, osg::Vec4d& viewer)
 {
     osg::Matrixd parentToEye;
@@ -55,7 +49,7 @@ bool FacingTransform::viewerOf(const osg::NodeVisitor& visitor, osg::Vec4d& view
     osg::Matrixd eyeToParent;
     if (!matricesOf(visitor, parentToEye, projection) || !eyeToParent.invert(parentToEye))
         return false;
-    viewer = viewerInEye(*projection) * eyeToParent;
+    viewer = WindowProjection::viewerInEye(*projection) * eyeToParent;
     return true;
 }
 

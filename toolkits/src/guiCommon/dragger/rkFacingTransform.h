@@ -40,14 +40,9 @@ public:
     /// viewer uses it. False, and `facing` untouched, for a viewer at the
     /// origin or a non-finite one.
     static bool facingFor(const osg::Vec4d& viewer, osg::Quat& facing);
-    /// The viewer of a camera with `projection`, in eye coordinates and
-    /// homogeneous: the eye point (0, 0, 0, 1) under a perspective
-    /// projection, the point at infinity back along the line of sight
-    /// (0, 0, 1, 0) under an orthographic one. Times an eye-to-parent
-    /// matrix, its x, y, z are what `facingFor` takes.
-    static osg::Vec4d viewerInEye(const osg::Matrixd& projection);
-    /// The viewer of a cull or a pick under way, in the homogeneous
-    /// coordinates of the node whose matrix it is asking for. False (and
+    /// The viewer (`WindowProjection::viewerInEye`) of a cull or a pick under
+    /// way, in the homogeneous coordinates of the node whose matrix it is
+    /// asking for. False (and
     /// `viewer` untouched) for a visitor that is neither, or one whose
     /// model-view matrix cannot be inverted.
     static bool viewerOf(const osg::NodeVisitor& visitor, osg::Vec4d& viewer);

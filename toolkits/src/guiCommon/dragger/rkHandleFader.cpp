@@ -4,6 +4,7 @@
 #include "rkHandleHover.h"
 #include "rkHandleShapes.h"
 #include "rkOneAxisHandle.h"
+#include "rkWindowProjection.h"
 
 #include <osg/Camera>
 #include <osgManipulator/RotateCylinderDragger>
@@ -19,13 +20,14 @@ namespace {
 const osg::Vec3d kHandleAxis(0.0, 0.0, 1.0);
 const double kRightAngleDegrees = 90.0;
 
-// The line of sight through `centre` in world coordinates (not normalised).
+// The line of sight through `centre` in world coordinates (not normalised):
+// from the camera's viewer to the centre, or along the direction away from a
+// viewer at infinity (w = 0) wherever the centre lies.
 osg::Vec3d sightThrough(const osg::Camera& camera, const osg::Vec3d& centre)
 {
-    const osg::Matrixd eyeToWorld = camera.getInverseViewMatrix();
-    if (WindowProjection::isOrthographic(camera.getProjectionMatrix()))
-        return osg::Matrixd::transform3x3(osg::Vec3d(0.0, 0.0, -1.0), eyeToWorld);
-    return centre - eyeToWorld.getTrans();
+    const osg::Vec4d viewer =
+        WindowProjection::viewerInEye(camera.getProjectionMatrix()) * camera.getInverseViewMatrix();
+    return centre * viewer.w() - osg::Vec3d(viewer.x(), viewer.y(), viewer.z());
 }
 
 void setBlended(osg::Node& handle, bool blended)

@@ -201,7 +201,7 @@ bool HandleShapes::facingToWorld(const Piece& piece, const WindowProjection& pro
         return false;
     // Turned as the facing transform turns it for this camera's viewer.
     const osg::Vec4d viewer =
-        FacingTransform::viewerInEye(projection.eyeToWindow) * (eyeToWorld * worldToParent);
+        WindowProjection::viewerInEye(projection.eyeToWindow) * (eyeToWorld * worldToParent);
     osg::Quat facing;
     if (!FacingTransform::facingFor(viewer, facing))
         return false;

@@ -4,6 +4,7 @@
 #include <osg/Matrixd>
 #include <osg/Vec2d>
 #include <osg/Vec3d>
+#include <osg/Vec4d>
 
 #include <cmath>
 #include <cstdint>
@@ -52,6 +53,17 @@ struct WindowProjection
     static bool isOrthographic(const osg::Matrixd& projection)
     {
         return projection(3, 3) == 1.0 && projection(2, 3) == 0.0;
+    }
+    /// The viewer of a camera with `projection`, in eye coordinates and
+    /// homogeneous: the eye point (0, 0, 0, 1) under a perspective
+    /// projection, the point at infinity back along the line of sight
+    /// (0, 0, 1, 0) under an orthographic one. Times an eye-to-world matrix
+    /// it is the viewer in the world: x, y, z are the eye, or the direction
+    /// towards the viewer.
+    static osg::Vec4d viewerInEye(const osg::Matrixd& projection)
+    {
+        return isOrthographic(projection) ? osg::Vec4d(0.0, 0.0, 1.0, 0.0)
+                                          : osg::Vec4d(0.0, 0.0, 0.0, 1.0);
     }
 
     /// `node` as a camera that maps what lies below it into the window with
